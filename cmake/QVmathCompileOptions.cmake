@@ -1,0 +1,20 @@
+# SPDX-License-Identifier: MIT
+# Compile options shared by the library, its tests, benchmarks and tools.
+# Results are specified to the last rounding: the compiler must neither fuse
+# multiply-adds nor reorder floating-point arithmetic, and x86-64 SSE2 keeps
+# every intermediate in its declared precision.
+function(qvmath_strict_options target)
+  target_compile_options(${target} PRIVATE
+    $<$<COMPILE_LANGUAGE:CXX>:-Wall -Wextra -Wpedantic -ffp-contract=off -fno-fast-math>)
+  if(QVMATH_WERROR)
+    target_compile_options(${target} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:-Werror>)
+  endif()
+endfunction()
+
+option(QVMATH_WERROR "Treat warnings as errors" OFF)
+set(QVMATH_SANITIZE "" CACHE STRING "Sanitizers to build with: empty, 'address;undefined' or 'thread'")
+if(QVMATH_SANITIZE)
+  list(JOIN QVMATH_SANITIZE "," _qvmath_san)
+  add_compile_options(-fsanitize=${_qvmath_san} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${_qvmath_san})
+endif()
