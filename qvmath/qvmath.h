@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: MIT
+// The umbrella header of QVmath: including it declares the whole public API.
+#pragma once
+
+// Portable system layer
+#include <qvmath/platform/auto_reset_event.h>
+#include <qvmath/platform/cpu_config.h>
+#include <qvmath/platform/crit_section.h>
+#include <qvmath/platform/export.h>
+#include <qvmath/platform/korva_exception.h>
+
+// Points, colours, vectors, matrices, dense solvers
+#include <qvmath/core/colour.h>
+#include <qvmath/core/element_types.h>
+#include <qvmath/core/functor.h>
+#include <qvmath/core/hpoint3d.h>
+#include <qvmath/core/matrix.h>
+#include <qvmath/core/point3d.h>
+#include <qvmath/core/vector.h>
+
+// Optimisation, rounding and root finding
+#include <qvmath/optim/brent_zero.h>
+#include <qvmath/optim/rounding.h>
+
+// Infrastructure: progress, block processing, streams, external vectors, heap, log sinks
+#include <qvmath/infra/log_sinks.h>

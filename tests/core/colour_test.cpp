@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: MIT
+#include <qvmath/core/colour.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdint>
+
+TEST(ColourTest, Packing_LayoutRoundingAndIgnoredTopByte) {
+  EXPECT_EQ(colorRGB2I(QV_rgb_color(1.0, 0.5, 0.0)), 0x000080FFu);  // 127.5 rounds up
+  QV_rgb_color c;
+  colorI2RGB(c, 0xFF0000FFu);
+  EXPECT_EQ(c.red(), 1.0);
+  EXPECT_EQ(c.green(), 0.0);
+  EXPECT_EQ(c.blue(), 0.0);
+  const QV_rgb_color bytes(255, 0, 128);
+  EXPECT_EQ(bytes.red(), 255 * 0.00392156862745098);
+  EXPECT_NEAR(bytes.blue(), 0.50196, 1e-5);
+  EXPECT_EQ(QV_rgb_color(510, -1, 0).red(), 510 * 0.00392156862745098) << "unclamped";
+  // Every packed 24-bit colour survives unpack and repack, through doubles and floats.
+  for (std::uint32_t v = 0; v < (1u << 24); v += 4093) {
+    colorI2RGB(c, v | 0xAB000000u);
+    EXPECT_EQ(colorRGB2I(c), v);
+    float f[3];
+    colorI2F(v, f);
+    EXPECT_EQ(colorF2I(f), v);
+  }
+  float f[3] = {0.2f, 0.4f, 0.6f};
+  colorF2RGB(c, f);
+  EXPECT_EQ(c.green(), double(0.4f));
+  c.blue() = 0.25;
+  c.set_red(0.5);
+  EXPECT_EQ(colorRGB2I(c), 0x00406680u);  // 127.5 -> 128, 0.4f·255 -> 102, 63.75 -> 64
+}
+
+TEST(ColourTest, Packing_AlphaIsNotMasked) {
+  const float half[4] = {0, 0, 0, 0.5f};
+  EXPECT_EQ(colorF2I_4(half), 0x80000000u);
+  const float above[4] = {1, 0, 0, 2.0f};  // 510 << 24: bit 24 and up, the rest lost
+  EXPECT_EQ(colorF2I_4(above), 0xFE0000FFu);
+  const float minus[4] = {0, 1, 0, -1.0f / 255};  // -1 sets the whole top byte
+  EXPECT_EQ(colorF2I_4(minus), 0xFF00FF00u);
+  const float neg[4] = {0, 0, 0, -1.0f};  // -255: low byte of two's complement is 0x01
+  EXPECT_EQ(colorF2I_4(neg), 0x01000000u);
+}
+
+TEST(ColourTest, ColorMap_RampEndsAndClamping) {
+  EXPECT_EQ(ColorMap(-3.0f), ColorMap(0.0f));
+  EXPECT_EQ(ColorMap(0.0f), 0x00FF0000u);
+  EXPECT_EQ(ColorMap(1.0f), 0x000000FFu);
+  EXPECT_EQ(ColorMap(7.0f), 0x000000FFu);
+  EXPECT_EQ(ColorMap(0.5f), 0x0000FF00u);
+  EXPECT_EQ(ColorMap(0.25f), 0x007F7F00u);  // trunc(127.5) both
+  EXPECT_EQ(ColorMap(std::nanf("")), 0x00FF0000u);
+  for (int k = 0; k <= 1000; ++k) {
+    const std::uint32_t c = ColorMap(k / 1000.0f);
+    const bool r = c & 0xFF, g = c & 0xFF00, b = c & 0xFF0000;
+    EXPECT_FALSE(r && g && b) << "never all three channels, t=" << k / 1000.0;
+    EXPECT_EQ(c >> 24, 0u);
+  }
+}
+
+TEST(ColourTest, Hsv_SpecialCasesAndRoundTrip) {
+  float h, s, v;
+  const float black[3] = {0, 0, 0};
+  RGBtoHSV(black, h, s, v);
+  EXPECT_EQ(h, -1.0f);
+  EXPECT_EQ(s, 0.0f);
+  EXPECT_EQ(v, 0.0f);
+  const float grey[3] = {0.5f, 0.5f, 0.5f};
+  RGBtoHSV(grey, h, s, v);
+  EXPECT_EQ(h, 0.0f);
+  EXPECT_EQ(s, 0.0f);
+  EXPECT_EQ(v, 0.5f);
+  float rgb[3];
+  HSVtoRGB(400.0f, 1.0f, 1.0f, rgb);
+  EXPECT_EQ(rgb[0], 1.0f);
+  EXPECT_EQ(rgb[1], 0.0f);
+  EXPECT_NEAR(rgb[2], 1.0f / 3, 1e-6f);
+  HSVtoRGB(123.0f, 0.0f, 0.7f, rgb);
+  EXPECT_EQ(rgb[1], 0.7f);
+  HSVtoRGB(std::nanf(""), 1.0f, 1.0f, rgb);  // no undefined cast: the last case
+  EXPECT_EQ(rgb[0], 1.0f);
+  // Round trip over a grid of saturated colours.
+  for (int i = 1; i <= 10; ++i)
+    for (int j = 0; j <= 10; ++j)
+      for (int k = 0; k <= 10; ++k) {
+        const float in[3] = {i / 10.0f, j / 10.0f, k / 10.0f};
+        RGBtoHSV(in, h, s, v);
+        ASSERT_GE(h, 0.0f);
+        ASSERT_LT(h, 360.0f);
+        HSVtoRGB(h, s, v, rgb);
+        for (int c = 0; c < 3; ++c) EXPECT_NEAR(rgb[c], in[c], 2e-6f);
+      }
+}

@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: MIT
+#include <qvmath/optim/rounding.h>
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cmath>
+#include <limits>
+#include <stdexcept>
+
+#include "test_util.h"
+
+TEST(RoundingTest, Rndtoni_TiesGoUpEverywhereElseNearest) {
+  EXPECT_EQ(rndtoni(2.5), 3);
+  EXPECT_EQ(rndtoni(3.5), 4);
+  EXPECT_EQ(rndtoni(-2.5), -2);
+  EXPECT_EQ(rndtoni(-0.5), 0);
+  EXPECT_EQ(rndtoni(0.5), 1);
+  EXPECT_EQ(rndtoni(-1.5), -1);
+  EXPECT_EQ(rndtoni(2.4999999999999996), 2);
+  EXPECT_EQ(rndtoni(-2.5000000000000004), -3);
+  // Oracle: floor(x + 0.5) computed exactly is "nearest, ties up" for every x whose
+  // x + 0.5 is exact (|x| < 2^52 with a representable half).
+  qvtest::TestRng rng(17);
+  SCOPED_TRACE(rng.Trace());
+  for (int k = 0; k < 20000; ++k) {
+    const double x = std::ldexp(double(rng.Int(-(1 << 30), 1 << 30)), -rng.Int(0, 6));
+    EXPECT_EQ(rndtoni(x), int(std::floor(x + 0.5))) << x;
+  }
+}
+
+TEST(RoundingTest, Rndtoni_NaNAndOutOfRangeGiveIntegerIndefinite) {
+  EXPECT_EQ(rndtoni(std::numeric_limits<double>::quiet_NaN()), INT_MIN);
+  EXPECT_EQ(rndtoni(1e300), INT_MIN);
+  EXPECT_EQ(rndtoni(-1e300), INT_MIN);
+  EXPECT_EQ(rndtoni(2147483647.0), INT_MAX);
+  EXPECT_EQ(rndtoni(2147483646.5), INT_MAX);  // tie up stays in range
+}
+
+TEST(RoundingTest, Helpers_MulrndAndFRound2) {
+  int v = 5;
+  mulrnd(0.5, &v);  // 2.5 ties up
+  EXPECT_EQ(v, 3);
+  v = -5;
+  mulrnd(0.5, &v);
+  EXPECT_EQ(v, -2);
+  // fRound2 multiplies by 0.01 rather than dividing by 100: the bits show it.
+  EXPECT_EQ(fRound2(1.005), rndtoni(1.005 * 100.0) * 0.01);
+  EXPECT_EQ(fRound2(0.125), 13 * 0.01);
+  EXPECT_EQ(fRound2(-0.125), -12 * 0.01);
+}
+
+TEST(RoundingTest, FRoundN_SignificantDigits) {
+  EXPECT_EQ(fRoundN(1e-31, 3), 0.0);
+  EXPECT_NEAR(fRoundN(123.456, 2), 123.0, 1e-12);
+  EXPECT_NEAR(fRoundN(-0.0012345, 2), -0.00123, 1e-17);
+  EXPECT_NEAR(fRound4(3.14159265), 3.1416, 1e-13);
+  EXPECT_NEAR(fRoundN(9.9996, 3), 10.0, 1e-12);   // the mantissa carries into a new decade
+  EXPECT_NEAR(fRoundN(2.5, 0), 3.0, 1e-15);      // tie up
+  EXPECT_NEAR(fRoundN(-2.5, 0), -3.0, 1e-15);    // the tie is on |x|, the sign after
+  // Twenty significant digits go through a block of eight and singles both ways.
+  EXPECT_NEAR(fRoundN(1.234567890123, 19), 1.234567890123, 1e-14);
+}
+
+TEST(RoundingTest, ScaleDouble_RepeatedMultiplication) {
+  double x = 1.25;
+  scaleDouble(x, 0);
+  EXPECT_EQ(x, 1.25);
+  x = 3.0;
+  scaleDouble(x, 3);
+  EXPECT_EQ(x, 3000.0);
+  x = 1.0;
+  scaleDouble(x, -3);
+  EXPECT_EQ(x, 1.0 * 0.1 * 0.1 * 0.1);  // not 1e-3: the accumulated rounding is kept
+  EXPECT_NE(x, 1e-3);
+}
+
+TEST(RoundingTest, GetScale_MantissaInLowerDecade) {
+  int e = 99;
+  EXPECT_EQ(getScale(100.0, e), 10.0);
+  EXPECT_EQ(e, 1);
+  EXPECT_NEAR(getScale(0.13, e), 1.3, 1e-15);
+  EXPECT_EQ(e, -1);
+  EXPECT_NEAR(getScale(1.0, e), 10.0, 1e-14);
+  EXPECT_EQ(e, -1);
+  e = 7;
+  EXPECT_THROW(getScale(0.0, e), std::domain_error);
+  EXPECT_THROW(getScale(-5.0, e), std::domain_error);
+  EXPECT_THROW(getScale(std::numeric_limits<double>::infinity(), e), std::domain_error);
+  EXPECT_EQ(e, 7);
+}
+
+TEST(RoundingTest, RoundBoundary_Table) {
+  struct Case {
+    double x, bound, step;
+    int kind, e;
+  } cases[] = {
+      {0.13, 0.14, 0.02, 1, -1},  {850, 1000, 500, 5, 2}, {100, 100, 50, 5, 1},
+      {1.1, 1.2, 0.2, 2, 0},      {14, 15, 5, 5, 1},      {2.2, 2.5, 0.5, 5, 0},
+      {2.6, 3, 1, 2, 0},          {7.5, 8, 1, 2, 0},      {0.0042, 0.005, 0.001, 2, -3},
+      {8.01, 10, 5, 5, 0},
+  };
+  for (const Case& c : cases) {
+    double x = c.x, bound = 0, step = 0;
+    int kind = 0, e = 0;
+    roundBoundary(x, bound, step, kind, e);
+    EXPECT_NEAR(bound, c.bound, 1e-12 * c.bound) << c.x;
+    EXPECT_NEAR(step, c.step, 1e-12 * c.step) << c.x;
+    EXPECT_EQ(kind, c.kind) << c.x;
+    EXPECT_EQ(e, c.e) << c.x;
+    EXPECT_GE(bound * (1 + 1e-12), c.x) << "the boundary lies at or above x";
+  }
+}

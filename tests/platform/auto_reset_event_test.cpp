@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: MIT
+#include <qvmath/platform/auto_reset_event.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+#include <vector>
+
+using Clock = std::chrono::steady_clock;
+
+TEST(AutoResetEventTest, Semantics_OneSignalReleasesExactlyOneWait) {
+  CKorvaAutoResetEvent ev;
+  EXPECT_FALSE(ev.Wait(0)) << "created not signalled";
+  ev.Set();
+  ev.Set();  // setting a signalled event changes nothing
+  EXPECT_TRUE(ev.Wait(0));
+  EXPECT_FALSE(ev.Wait(0)) << "the successful wait consumed the signal";
+  CKorvaAutoResetEvent on(true);
+  on.Reset();
+  EXPECT_FALSE(on.Wait(0));
+
+  // Three waiters, three signals one after the other: every signal wakes exactly one.
+  CKorvaAutoResetEvent shared;
+  std::atomic<int> woken{0};
+  std::vector<std::thread> waiters;
+  for (int i = 0; i < 3; ++i)
+    waiters.emplace_back([&] {
+      if (shared.Wait(10000)) ++woken;
+    });
+  for (int expected = 1; expected <= 3; ++expected) {
+    shared.Set();
+    const auto deadline = Clock::now() + std::chrono::seconds(10);
+    while (woken.load() < expected && Clock::now() < deadline)
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_EQ(woken.load(), expected);
+  }
+  for (auto& t : waiters) t.join();
+}
+
+TEST(AutoResetEventTest, Timeouts_ReturnFalseAfterRoughlyTheTime) {
+  CKorvaAutoResetEvent ev;
+  const auto t0 = Clock::now();
+  EXPECT_FALSE(ev.Wait(60));
+  EXPECT_GE(Clock::now() - t0, std::chrono::milliseconds(59));
+  CKorvaAutoResetEvent* list[2] = {&ev, &ev};
+  EXPECT_EQ(CKorvaAutoResetEvent::WaitAny(list, 2, 30), -1);
+  EXPECT_EQ(CKorvaAutoResetEvent::WaitAny(list, 0, 0), -1);
+  EXPECT_EQ(CKorvaAutoResetEvent::WaitAny(nullptr, 2, 0), -1);
+}
+
+TEST(AutoResetEventTest, WaitAny_LowestSignalledIndexAndOnlyThatOneConsumed) {
+  CKorvaAutoResetEvent a, b, c;
+  CKorvaAutoResetEvent* list[3] = {&a, &b, &c};
+  b.Set();
+  c.Set();
+  EXPECT_EQ(CKorvaAutoResetEvent::WaitAny(list, 3, 0), 1);
+  EXPECT_EQ(CKorvaAutoResetEvent::WaitAny(list, 3, 0), 2);
+  EXPECT_EQ(CKorvaAutoResetEvent::WaitAny(list, 3, 0), -1);
+  // A signal from another thread wakes a waiter blocked on several events.
+  std::thread setter([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    c.Set();
+  });
+  EXPECT_EQ(CKorvaAutoResetEvent::WaitAny(list, 3, kKorvaInfinite), 2);
+  setter.join();
+  EXPECT_FALSE(c.Wait(0));
+}

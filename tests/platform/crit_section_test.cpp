@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: MIT
+#include <qvmath/platform/crit_section.h>
+#include <qvmath/platform/korva_exception.h>
+#include <qvmath/platform/cpu_config.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstring>
+#include <thread>
+#include <vector>
+
+TEST(CritSectionTest, Reentrancy_OwnerMayLockAgain) {
+  CKorvaCritSection cs;
+  cs.Lock();
+  cs.Lock();  // a plain mutex would deadlock here
+  bool otherGotIt = true;
+  std::thread other([&] { otherGotIt = cs.TryLock(); });
+  other.join();
+  EXPECT_FALSE(otherGotIt) << "owned twice, another thread must not get it";
+  cs.Unlock();
+  std::thread stillOwned([&] { otherGotIt = cs.TryLock(); });
+  stillOwned.join();
+  EXPECT_FALSE(otherGotIt) << "one level still held";
+  cs.Unlock();
+  std::thread free([&] {
+    otherGotIt = cs.TryLock();
+    if (otherGotIt) cs.Unlock();
+  });
+  free.join();
+  EXPECT_TRUE(otherGotIt);
+}
+
+TEST(CritSectionTest, Guard_ExcludesOtherThreadsAndReleasesOnException) {
+  CKorvaCritSection cs;
+  long counter = 0;
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t)
+    threads.emplace_back([&] {
+      for (int i = 0; i < 20000; ++i) {
+        CKorvaCritSectionGuard g(cs);
+        CKorvaCritSectionGuard nested(&cs);
+        ++counter;
+      }
+    });
+  for (auto& t : threads) t.join();
+  EXPECT_EQ(counter, 80000);
+  try {
+    CKorvaCritSectionGuard g(cs);
+    throw CKorvaException("boom");
+  } catch (const std::exception& e) {
+    EXPECT_STREQ(e.what(), "boom");
+  }
+  bool got = false;
+  std::thread probe([&] {
+    got = cs.TryLock();
+    if (got) cs.Unlock();
+  });
+  probe.join();
+  EXPECT_TRUE(got) << "the guard released the section while the exception passed";
+  CKorvaCritSectionGuard inert(nullptr);
+}
+
+TEST(CritSectionTest, Exceptions_TextsAndStartUp) {
+  EXPECT_STREQ(CKorvaException().what(), "");
+  EXPECT_STREQ(CKorvaException(std::string("disk")).what(), "disk");
+  EXPECT_STREQ(CKorvaException(static_cast<const char*>(nullptr)).what(), "");
+  try {
+    throw CUserIntrException();
+  } catch (const std::exception& e) {
+    EXPECT_GT(std::strlen(e.what()), 0u);
+  }
+  InitCPUconf();
+  InitCPUconf();
+  EXPECT_GE(GetCPUcount(), 1);
+}
