@@ -8,6 +8,7 @@
 #include <qvmath/platform/crit_section.h>
 #include <qvmath/platform/export.h>
 #include <qvmath/platform/korva_exception.h>
+#include <qvmath/platform/temp_file.h>
 
 // Points, colours, vectors, matrices, dense solvers
 #include <qvmath/core/colour.h>
@@ -23,4 +24,16 @@
 #include <qvmath/optim/rounding.h>
 
 // Infrastructure: progress, block processing, streams, external vectors, heap, log sinks
+#include <qvmath/infra/binary_stream.h>
+#include <qvmath/infra/component_filter.h>
+#include <qvmath/infra/delta_state_logger.h>
+#include <qvmath/infra/extern_vector.h>
+#include <qvmath/infra/file_errors.h>
+#include <qvmath/infra/fp_heap.h>
+#include <qvmath/infra/functor.h>
+#include <qvmath/infra/graph_object.h>
+#include <qvmath/infra/graph_object_selector.h>
+#include <qvmath/infra/inner_header_wrapper.h>
 #include <qvmath/infra/log_sinks.h>
+#include <qvmath/infra/save_load_log.h>
+#include <qvmath/infra/skip_till_the_end.h>

@@ -1,0 +1,388 @@
+// SPDX-License-Identifier: MIT
+#include <qvmath/infra/extern_vector.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <memory>
+#include <new>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <dirent.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "test_util.h"
+
+using KorvaExtVec::CreateExternVectorVoid;
+using KorvaExtVec::ExternVectorVoidInterface;
+using Bytes = std::vector<unsigned char>;
+
+namespace {
+
+constexpr unsigned int kMaxCount = 0x7FFFFFFFu;
+
+// Every test runs with TMP set to a private empty directory and checks afterwards that
+// nothing was left in it.
+class ExternVectorTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    const char* old = std::getenv("TMP");
+    m_hadTmp = old != nullptr;
+    if (old) m_oldTmp = old;
+    char pattern[] = "/tmp/qvmath_extvec_XXXXXX";
+    ASSERT_NE(mkdtemp(pattern), nullptr);
+    m_dir = pattern;
+    setenv("TMP", m_dir.c_str(), 1);
+  }
+  void TearDown() override {
+    EXPECT_EQ(DirEntries(), 0) << "files left in " << m_dir;
+    rmdir(m_dir.c_str());
+    if (m_hadTmp) {
+      setenv("TMP", m_oldTmp.c_str(), 1);
+    } else {
+      unsetenv("TMP");
+    }
+  }
+  int DirEntries() const {
+    DIR* d = opendir(m_dir.c_str());
+    if (!d) return -1;
+    int n = 0;
+    while (const dirent* e = readdir(d)) {
+      if (std::strcmp(e->d_name, ".") != 0 && std::strcmp(e->d_name, "..") != 0) ++n;
+    }
+    closedir(d);
+    return n;
+  }
+  // Descriptors of this process open on a (deleted) vector file in the test directory.
+  std::vector<int> VectorFileDescriptors() const {
+    std::vector<int> fds;
+    const std::string prefix = m_dir + "/Korva_FileVectorVoid";
+    DIR* d = opendir("/proc/self/fd");
+    if (!d) return fds;
+    while (const dirent* e = readdir(d)) {
+      char link[4096];
+      const std::string path = std::string("/proc/self/fd/") + e->d_name;
+      const ssize_t n = readlink(path.c_str(), link, sizeof link - 1);
+      if (n <= 0) continue;
+      const std::string target(link, static_cast<std::size_t>(n));
+      if (target.rfind(prefix, 0) == 0 && target.size() > 10 &&
+          target.compare(target.size() - 10, 10, " (deleted)") == 0) {
+        fds.push_back(std::atoi(e->d_name));
+      }
+    }
+    closedir(d);
+    return fds;
+  }
+  // The bytes of element `index` as the file holds them (an oracle independent of the
+  // vector's cache; stdio data not yet flushed are not seen).
+  Bytes FileElement(unsigned int index, unsigned int elementSize) const {
+    const std::vector<int> fds = VectorFileDescriptors();
+    Bytes out(elementSize, 0xEE);
+    if (fds.size() == 1) {
+      const off_t at = static_cast<off_t>(index) * elementSize;
+      if (pread(fds[0], out.data(), elementSize, at) != static_cast<ssize_t>(elementSize)) {
+        out.assign(elementSize, 0xEE);
+      }
+    }
+    return out;
+  }
+
+  std::string m_dir;
+
+ private:
+  bool m_hadTmp = false;
+  std::string m_oldTmp;
+};
+
+Bytes Read(ExternVectorVoidInterface& v, unsigned int index, unsigned int elementSize) {
+  void* h = nullptr;
+  const unsigned char* p = static_cast<const unsigned char*>(v.lock(index, h));
+  Bytes out(p, p + elementSize);
+  v.release(false, h);
+  return out;
+}
+
+std::string WhatOfBadAlloc(void (*stmt)()) {
+  try {
+    stmt();
+  } catch (const std::bad_alloc& e) {
+    return e.what();
+  }
+  return "";
+}
+
+}  // namespace
+
+TEST_F(ExternVectorTest, Lifecycle_FileAppearsOnFirstGrowthAndIsNeverNamed) {
+  std::unique_ptr<ExternVectorVoidInterface> v(CreateExternVectorVoid(12));
+  EXPECT_EQ(v->size(), 0u);
+  EXPECT_EQ(v->capacity(), 0u);
+  v->resize(0, nullptr);
+  v->reserve(0);
+  EXPECT_TRUE(VectorFileDescriptors().empty());
+
+  v->reserve(5);
+  EXPECT_EQ(v->capacity(), 5u);
+  EXPECT_EQ(v->size(), 0u);
+  EXPECT_EQ(VectorFileDescriptors().size(), 1u);  // open, named with the prefix, deleted
+  EXPECT_EQ(DirEntries(), 0);
+
+  v->clear();
+  EXPECT_EQ(v->capacity(), 0u);
+  EXPECT_TRUE(VectorFileDescriptors().empty());
+  v->resize(3, Bytes(12, 1).data());  // usable again after clear
+  EXPECT_EQ(Read(*v, 2, 12), Bytes(12, 1));
+  v.reset();
+  EXPECT_TRUE(VectorFileDescriptors().empty());
+}
+
+TEST_F(ExternVectorTest, Growth_DoublesTheCapacityUpToTheLimit) {
+  std::unique_ptr<ExternVectorVoidInterface> v(CreateExternVectorVoid(4));
+  v->resize(10, nullptr);
+  EXPECT_EQ(v->capacity(), 10u);
+  v->resize(12, nullptr);
+  EXPECT_EQ(v->capacity(), 20u);
+  v->resize(5, nullptr);
+  EXPECT_EQ(v->capacity(), 20u);  // never shrinks
+  std::unique_ptr<ExternVectorVoidInterface> w(CreateExternVectorVoid(4));
+  w->resize(10, nullptr);
+  w->resize(30, nullptr);
+  EXPECT_EQ(w->capacity(), 30u);
+  w->reserve(7);
+  EXPECT_EQ(w->capacity(), 30u);
+  w->reserve(31);
+  EXPECT_EQ(w->capacity(), 31u);  // reserve takes the count as it is
+  EXPECT_EQ(w->size(), 30u);
+}
+
+TEST_F(ExternVectorTest, Locks_NestShareOneBufferAndWriteBackOnTheLastRelease) {
+  const unsigned int es = 12;
+  std::unique_ptr<ExternVectorVoidInterface> v(CreateExternVectorVoid(es));
+  const Bytes a(es, 0xA1), b(es, 0xB2);
+  v->resize(10, a.data());
+
+  void *h1 = nullptr, *h2 = nullptr;
+  void* p1 = v->lock(3, h1);
+  void* p2 = v->lock(3, h2);
+  EXPECT_EQ(p1, p2);
+  EXPECT_EQ(h1, h2);
+  EXPECT_EQ(v->addRef(h1), p1);  // three locks now
+  std::memcpy(p1, b.data(), es);
+  v->release(true, h1);
+  v->release(false, h1);
+  Read(*v, 7, es);  // another element: any pending stdio data reaches the file
+  EXPECT_EQ(FileElement(3, es), a) << "written back before the last release";
+  v->release(false, h1);  // the modified mark sticks: this one writes
+  Read(*v, 7, es);
+  EXPECT_EQ(FileElement(3, es), b);
+  EXPECT_EQ(Read(*v, 3, es), b);
+
+  // Released unmodified: the change stays in the discarded buffer.
+  void* h = nullptr;
+  std::memset(v->lock(4, h), 0x77, es);
+  v->release(false, h);
+  EXPECT_EQ(Read(*v, 4, es), a);
+}
+
+TEST_F(ExternVectorTest, Shrink_DropsCachedElementsWithoutWritingThem) {
+  const unsigned int es = 12;
+  std::unique_ptr<ExternVectorVoidInterface> v(CreateExternVectorVoid(es));
+  const Bytes a(es, 0x11), b(es, 0x22), c(es, 0x33);
+  v->resize(8, a.data());
+  void *h6 = nullptr, *h2 = nullptr;
+  std::memcpy(v->lock(6, h6), b.data(), es);
+  v->addRef(h6);
+  v->release(true, h6);  // still locked once, marked modified
+  std::memcpy(v->lock(2, h2), c.data(), es);
+  v->resize(5, nullptr);
+  EXPECT_EQ(v->size(), 5u);
+  v->release(true, h6);  // dropped: does nothing
+  EXPECT_THROW(v->addRef(h6), std::logic_error);
+  v->release(true, h2);  // below the new size: kept and written
+  Read(*v, 0, es);
+  EXPECT_EQ(FileElement(6, es), a);
+  EXPECT_EQ(Read(*v, 2, es), c);
+  v->resize(8, b.data());
+  EXPECT_EQ(Read(*v, 6, es), b);
+}
+
+TEST_F(ExternVectorTest, Properties_RandomOperationsMatchAnInMemoryOracle) {
+  for (unsigned int es : {1u, 12u, 4096u}) {
+    qvtest::TestRng rng(1000 + es);
+    SCOPED_TRACE(rng.Trace() + ", element size " + std::to_string(es));
+    std::unique_ptr<ExternVectorVoidInterface> v(CreateExternVectorVoid(es));
+    // The oracle: element contents as the file holds them (empty = unspecified), and the
+    // live locks with the contents their shared buffer holds.
+    std::vector<Bytes> file;
+    struct Live {
+      void* handle;
+      unsigned char* buf;
+      int count;
+      bool dirty;
+    };
+    std::map<unsigned int, Live> live;
+    std::vector<void*> dropped;  // handles of locks ended by a shrink
+    unsigned int expectedCapacity = 0;
+    const unsigned int maxCount = es == 4096 ? 60 : 400;
+
+    auto randomBytes = [&] {
+      Bytes b(es);
+      for (unsigned char& c : b) c = static_cast<unsigned char>(rng.Int(0, 255));
+      return b;
+    };
+    for (int step = 0; step < 3000; ++step) {
+      const int op = rng.Int(0, 99);
+      const unsigned int size = static_cast<unsigned int>(file.size());
+      if (op < 6) {  // resize
+        const unsigned int count = static_cast<unsigned int>(rng.Int(0, static_cast<int>(maxCount)));
+        const bool withFill = rng.Int(0, 3) != 0;
+        const Bytes fill = randomBytes();
+        v->resize(count, withFill ? fill.data() : nullptr);
+        if (count > expectedCapacity) {
+          expectedCapacity = std::max(count, std::min(2 * expectedCapacity, kMaxCount));
+        }
+        if (count < size) {
+          for (auto it = live.lower_bound(count); it != live.end(); it = live.erase(it)) {
+            dropped.push_back(it->second.handle);
+          }
+        }
+        file.resize(count, withFill ? fill : Bytes());
+      } else if (op < 8) {  // reserve
+        const unsigned int count = static_cast<unsigned int>(rng.Int(0, static_cast<int>(maxCount)));
+        v->reserve(count);
+        expectedCapacity = std::max(expectedCapacity, count);
+      } else if (op < 10 && !dropped.empty()) {  // release of a dropped lock: no effect
+        v->release(rng.Int(0, 1) != 0, dropped.back());
+        dropped.pop_back();
+      } else if (op < 40 && size > 0) {  // lock
+        const unsigned int i = static_cast<unsigned int>(rng.Int(0, static_cast<int>(size) - 1));
+        void* h = nullptr;
+        unsigned char* p = static_cast<unsigned char*>(v->lock(i, h));
+        auto it = live.find(i);
+        if (it != live.end()) {
+          ASSERT_EQ(p, it->second.buf);
+          ASSERT_EQ(h, it->second.handle);
+          ++it->second.count;
+        } else {
+          if (!file[i].empty()) {
+            ASSERT_EQ(Bytes(p, p + es), file[i]) << "element " << i;
+          }
+          live[i] = Live{h, p, 1, false};
+        }
+      } else if (op < 50 && !live.empty()) {  // add a reference
+        auto it = std::next(live.begin(), rng.Int(0, static_cast<int>(live.size()) - 1));
+        ASSERT_EQ(v->addRef(it->second.handle), it->second.buf);
+        ++it->second.count;
+      } else if (op < 65 && !live.empty()) {  // write into a locked buffer
+        auto it = std::next(live.begin(), rng.Int(0, static_cast<int>(live.size()) - 1));
+        const Bytes b = randomBytes();
+        std::memcpy(it->second.buf, b.data(), es);
+      } else if (!live.empty()) {  // release
+        auto it = std::next(live.begin(), rng.Int(0, static_cast<int>(live.size()) - 1));
+        const bool modified = rng.Int(0, 2) == 0;
+        Live& l = it->second;
+        l.dirty = l.dirty || modified;
+        const Bytes content(l.buf, l.buf + es);
+        v->release(modified, l.handle);
+        if (--l.count == 0) {
+          if (l.dirty) file[it->first] = content;
+          live.erase(it);
+        }
+      }
+      ASSERT_EQ(v->size(), file.size());
+      ASSERT_EQ(v->capacity(), expectedCapacity);
+    }
+    for (auto& [index, l] : live) {
+      if (l.dirty) file[index] = Bytes(l.buf, l.buf + es);  // written by the last release
+      while (l.count-- > 0) v->release(false, l.handle);
+    }
+    for (unsigned int i = 0; i < file.size(); ++i) {
+      if (!file[i].empty()) {
+        ASSERT_EQ(Read(*v, i, es), file[i]) << "element " << i;
+      }
+    }
+  }
+}
+
+TEST_F(ExternVectorTest, Failure_EveryFailureIsBadAlloc) {
+  EXPECT_EQ(WhatOfBadAlloc([] { CreateExternVectorVoid(0); }), "bad allocation");
+  std::unique_ptr<ExternVectorVoidInterface> v(CreateExternVectorVoid(8));
+  EXPECT_THROW(v->resize(kMaxCount + 1u, nullptr), std::bad_alloc);
+  EXPECT_THROW(v->reserve(kMaxCount + 1u), std::bad_alloc);
+  EXPECT_EQ(v->capacity(), 0u);
+  EXPECT_TRUE(VectorFileDescriptors().empty());
+
+  // No temporary directory: the file cannot be made.
+  setenv("TMP", (m_dir + "/missing").c_str(), 1);
+  EXPECT_THROW(v->reserve(1), std::bad_alloc);
+  setenv("TMP", m_dir.c_str(), 1);
+  v->reserve(1);
+  EXPECT_EQ(v->capacity(), 1u);
+}
+
+TEST_F(ExternVectorTest, Misuse_IndexAndHandleErrors) {
+  std::unique_ptr<ExternVectorVoidInterface> v(CreateExternVectorVoid(8));
+  void* h = nullptr;
+  EXPECT_THROW(v->lock(0, h), std::out_of_range);
+  v->reserve(4);
+  EXPECT_THROW(v->lock(0, h), std::out_of_range);  // reserved is not yet sized
+  v->resize(4, nullptr);
+  EXPECT_THROW(v->lock(4, h), std::out_of_range);
+  EXPECT_THROW(v->addRef(nullptr), std::invalid_argument);
+  EXPECT_THROW(v->release(false, nullptr), std::invalid_argument);
+  v->lock(1, h);
+  v->release(false, h);
+  EXPECT_THROW(v->addRef(h), std::logic_error);  // no longer locked
+}
+
+TEST_F(ExternVectorTest, Failure_FullDiskIsBadAlloc) {
+  // A child process with a file-size limit stands in for a full disk; SIGXFSZ is ignored
+  // so that the write fails with EFBIG instead of killing the process.
+  const pid_t pid = fork();
+  ASSERT_GE(pid, 0);
+  if (pid == 0) {
+    signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit{64 * 1024, 64 * 1024};
+    if (setrlimit(RLIMIT_FSIZE, &limit) != 0) _exit(10);
+    int code = 0;
+    ExternVectorVoidInterface* v = CreateExternVectorVoid(4096);
+    const Bytes fill(4096, 5);
+    try {
+      v->resize(8, fill.data());  // 32 KiB: fits
+    } catch (...) {
+      code = 11;
+    }
+    if (code == 0) {
+      try {
+        v->resize(40, fill.data());  // 160 KiB: beyond the limit
+        code = 12;
+      } catch (const std::bad_alloc&) {
+        code = 0;
+      } catch (...) {
+        code = 13;
+      }
+    }
+    // A failed vector is discarded without further trouble.
+    delete v;
+    std::unique_ptr<ExternVectorVoidInterface> w(CreateExternVectorVoid(1));
+    try {
+      w->reserve(1 << 20);
+      if (code == 0) code = 14;
+    } catch (const std::bad_alloc&) {
+    }
+    _exit(code);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(pid, &status, 0), pid);
+  ASSERT_TRUE(WIFEXITED(status)) << "child died, status " << status;
+  EXPECT_EQ(WEXITSTATUS(status), 0);
+}

@@ -1,0 +1,206 @@
+// SPDX-License-Identifier: MIT
+#include <qvmath/infra/fp_heap.h>
+
+#include <gtest/gtest.h>
+
+#include <set>
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+#include "test_util.h"
+
+namespace {
+
+struct Item : CfpHeapMem {
+  int id = 0;
+};
+
+// Rebuilds the heap array from the elements' positions and checks that positions form
+// exactly 0..n-1 and that no key is smaller than a child's.
+void ExpectHeapShape(const std::vector<Item>& items, int n) {
+  std::vector<const Item*> at(static_cast<std::size_t>(n), nullptr);
+  for (const Item& it : items) {
+    if (!it.inHeap()) continue;
+    ASSERT_GE(it.getHeapPos(), 0);
+    ASSERT_LT(it.getHeapPos(), n);
+    ASSERT_EQ(at[it.getHeapPos()], nullptr) << "two elements at " << it.getHeapPos();
+    at[it.getHeapPos()] = &it;
+  }
+  for (int i = 0; i < n; ++i) {
+    ASSERT_NE(at[i], nullptr) << "hole at " << i;
+    if (i > 0) {
+      ASSERT_GE(at[(i - 1) / 2]->getHeapKey(), at[i]->getHeapKey()) << "at " << i;
+    }
+  }
+}
+
+}  // namespace
+
+TEST(FpHeapTest, Properties_RandomOperationsMatchAnOrderedSetOracle) {
+  qvtest::TestRng rng(20240611);
+  SCOPED_TRACE(rng.Trace());
+  std::vector<Item> items(300);
+  for (int i = 0; i < 300; ++i) items[i].id = i;
+  std::set<std::pair<double, int>> oracle;  // (key, id) of the queued elements
+  CfpHeap heap;
+  // Few distinct keys, so that ties are frequent.
+  auto randomKey = [&] { return static_cast<double>(rng.Int(-20, 20)) * 0.5; };
+  for (int step = 0; step < 20000; ++step) {
+    Item& e = items[rng.Int(0, 299)];
+    const int op = rng.Int(0, 9);
+    if (op < 4) {
+      if (!e.inHeap()) {
+        const double key = randomKey();
+        if (op == 0) {
+          e.setHeapKey(key);
+          heap.insert(&e);
+        } else {
+          heap.insert(&e, key);
+        }
+        oracle.emplace(key, e.id);
+      }
+    } else if (op < 6) {
+      CfpHeapMem* top = heap.extract();
+      if (oracle.empty()) {
+        ASSERT_EQ(top, nullptr);
+      } else {
+        ASSERT_NE(top, nullptr);
+        const Item* t = static_cast<Item*>(top);
+        // Any element of the largest key may come out; it must be queued with that key.
+        ASSERT_EQ(t->getHeapKey(), oracle.rbegin()->first);
+        ASSERT_EQ(oracle.erase({t->getHeapKey(), t->id}), 1u);
+        ASSERT_FALSE(t->inHeap());
+      }
+    } else if (op < 7) {
+      const bool queued = e.inHeap();
+      ASSERT_EQ(heap.remove(&e), queued ? &e : nullptr);
+      if (queued) {
+        ASSERT_EQ(oracle.erase({e.getHeapKey(), e.id}), 1u);
+      }
+      ASSERT_FALSE(e.inHeap());
+    } else {
+      const double before = e.getHeapKey(), key = randomKey();
+      if (e.inHeap()) {
+        oracle.erase({before, e.id});
+        oracle.emplace(key, e.id);
+      }
+      if (op == 7) {
+        heap.update(&e, key);
+      } else if (e.inHeap()) {
+        e.setHeapKey(key);
+        heap.update(&e);
+      }
+      if (!e.inHeap()) {
+        ASSERT_EQ(e.getHeapKey(), before);  // untouched when not queued
+      }
+    }
+    ASSERT_EQ(heap.size(), static_cast<int>(oracle.size()));
+    if (step % 50 == 0) ExpectHeapShape(items, heap.size());
+  }
+  // Draining yields the keys in non-increasing order.
+  double last = 1e300;
+  while (CfpHeapMem* top = heap.extract()) {
+    ASSERT_LE(top->getHeapKey(), last);
+    last = top->getHeapKey();
+  }
+  for (const Item& it : items) EXPECT_FALSE(it.inHeap());
+}
+
+TEST(FpHeapTest, Ties_OrderFollowsTheSiftRules) {
+  // Equal keys never move when sifted: A, B, C stay at 0, 1, 2. Extracting A puts C at
+  // the root, and C does not sink below B's equal key, so the order is A, C, B.
+  Item a, b, c;
+  CfpHeap heap;
+  heap.insert(&a, 1.0);
+  heap.insert(&b, 1.0);
+  heap.insert(&c, 1.0);
+  EXPECT_EQ(a.getHeapPos(), 0);
+  EXPECT_EQ(b.getHeapPos(), 1);
+  EXPECT_EQ(c.getHeapPos(), 2);
+  EXPECT_EQ(heap.extract(), &a);
+  EXPECT_EQ(c.getHeapPos(), 0);
+  EXPECT_EQ(heap.extract(), &c);
+  EXPECT_EQ(heap.extract(), &b);
+  EXPECT_EQ(heap.extract(), nullptr);
+
+  // Sifting down between two equal children takes the left one.
+  Item x, l, r;
+  heap.insert(&x, 10.0);
+  heap.insert(&l, 5.0);
+  heap.insert(&r, 5.0);
+  heap.update(&x, 0.0);
+  EXPECT_EQ(l.getHeapPos(), 0);
+  EXPECT_EQ(x.getHeapPos(), 1);
+  EXPECT_EQ(r.getHeapPos(), 2);
+  // A key raised to equal its parent's stays; a strictly greater one climbs.
+  heap.update(&x, 5.0);
+  EXPECT_EQ(x.getHeapPos(), 1);
+  heap.update(&r, 6.0);
+  EXPECT_EQ(r.getHeapPos(), 0);
+  EXPECT_EQ(l.getHeapPos(), 2);
+}
+
+TEST(FpHeapTest, Remove_LastEntryTwiceAndReplacementDirection) {
+  std::vector<Item> it(7);
+  CfpHeap heap(16);  // a capacity hint: the heap starts empty
+  EXPECT_EQ(heap.size(), 0);
+  const double keys[7] = {70, 60, 50, 40, 30, 20, 10};  // already a heap, in place
+  for (int i = 0; i < 7; ++i) heap.insert(&it[i], keys[i]);
+  for (int i = 0; i < 7; ++i) EXPECT_EQ(it[i].getHeapPos(), i);
+  // The last entry goes without moving anything.
+  EXPECT_EQ(heap.remove(&it[6]), &it[6]);
+  for (int i = 0; i < 6; ++i) EXPECT_EQ(it[i].getHeapPos(), i);
+  EXPECT_EQ(heap.remove(&it[6]), nullptr);
+  // Removing 60 (index 1) brings 20 there, which sinks below 40.
+  EXPECT_EQ(heap.remove(&it[1]), &it[1]);
+  EXPECT_EQ(it[3].getHeapPos(), 1);
+  EXPECT_EQ(it[5].getHeapPos(), 3);
+
+  // A removed key smaller than the replacement's makes the replacement climb:
+  // [100, 10, 90, 5, 4, 80, 85]; removing 5 (index 3) lifts 85 above 10.
+  std::vector<Item> u(7);
+  CfpHeap up;
+  const double upKeys[7] = {100, 10, 90, 5, 4, 80, 85};
+  for (int i = 0; i < 7; ++i) up.insert(&u[i], upKeys[i]);
+  for (int i = 0; i < 7; ++i) ASSERT_EQ(u[i].getHeapPos(), i);
+  EXPECT_EQ(up.remove(&u[3]), &u[3]);
+  EXPECT_EQ(u[6].getHeapPos(), 1);
+  EXPECT_EQ(u[1].getHeapPos(), 3);
+  EXPECT_EQ(u[0].getHeapPos(), 0);
+
+  // An element queued in another heap is not in this one: nothing changes.
+  EXPECT_EQ(up.remove(&it[2]), nullptr);
+  EXPECT_EQ(heap.remove(&u[0]), nullptr);
+  up.update(&it[0], -1.0);
+  EXPECT_EQ(it[0].getHeapKey(), 70.0);
+  EXPECT_EQ(it[2].getHeapPos(), 2);
+}
+
+TEST(FpHeapTest, Misuse_NullsDoubleInsertAndCopies) {
+  CfpHeap heap;
+  Item a, b;
+  EXPECT_THROW(heap.insert(nullptr, 1.0), std::invalid_argument);
+  EXPECT_THROW(heap.insert(nullptr), std::invalid_argument);
+  EXPECT_EQ(heap.remove(nullptr), nullptr);
+  heap.update(nullptr, 3.0);
+  heap.insert(&a, 1.0);
+  EXPECT_THROW(heap.insert(&a, 2.0), std::logic_error);
+  EXPECT_EQ(a.getHeapKey(), 1.0);
+  EXPECT_EQ(heap.size(), 1);
+  b.setHeapKey(7.0);
+  heap.update(&b, 9.0);  // not queued: nothing changes, not even the key
+  EXPECT_EQ(b.getHeapKey(), 7.0);
+  EXPECT_FALSE(b.inHeap());
+
+  // A copy holds the same pointers; used alone afterwards, it behaves like the original.
+  heap.insert(&b);
+  CfpHeap copy(heap);
+  CfpHeap assigned;
+  assigned = heap;
+  EXPECT_EQ(copy.size(), 2);
+  EXPECT_EQ(assigned.size(), 2);
+  EXPECT_EQ(copy.extract(), &b);
+  EXPECT_EQ(copy.extract(), &a);
+  EXPECT_EQ(copy.extract(), nullptr);
+}

@@ -1,0 +1,281 @@
+// SPDX-License-Identifier: MIT
+#include <qvmath/infra/inner_header_wrapper.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <qvmath/infra/binary_stream.h>
+#include <qvmath/infra/file_errors.h>
+#include <qvmath/platform/korva_exception.h>
+#include <qvmath/platform/temp_file.h>
+
+#include <unistd.h>
+
+#include "infra/stream_test_util.h"
+#include "test_util.h"
+
+using KvF::CInnerHeaderWrapper;
+using qvtest::MemoryStream;
+using qvtest::PayloadFilter;
+using qvtest::RecordingLog;
+
+namespace {
+
+std::vector<unsigned char> Slice(const std::vector<unsigned char>& v, std::size_t from, std::size_t n) {
+  return std::vector<unsigned char>(v.begin() + from, v.begin() + from + n);
+}
+
+// Claims to have written `n` bytes without storing them (payloads of gigabytes).
+class ClaimFilter : public KvF::IComponentFilter {
+ public:
+  ClaimFilter(MemoryStream& stream, std::int64_t n) : m_stream(&stream), m_n(n) {}
+
+ private:
+  std::int64_t OnSave() override {
+    if (m_n > 0) m_stream->Advance(static_cast<std::uint64_t>(m_n));
+    return m_n;
+  }
+  std::int64_t OnLoad(KvF::IDeltaStateLogger&) override { return 0; }
+  std::wstring OnGetComponentName() const override { return L"claim"; }
+  std::string OnGetBlockMark() const override { return "Claim"; }
+  int OnGetVersion() const override { return 0; }
+  IKorvaBinaryStream& OnGetStream() override { return *m_stream; }
+  MemoryStream* m_stream;
+  std::int64_t m_n;
+};
+
+// Writes part of its payload and then fails, as a save interrupted by a full disk would.
+class FailingFilter : public PayloadFilter {
+ public:
+  using PayloadFilter::PayloadFilter;
+
+ private:
+  std::int64_t OnSave() override {
+    GetStream().writeData(3, payload.data());
+    throw CKorvaException("disk full");
+  }
+};
+
+}  // namespace
+
+TEST(InnerHeaderWrapperTest, Format_HeaderBytesExactly) {
+  MemoryStream stream;
+  PayloadFilter sub(stream, "Mesh", 0x01020304, {9, 8, 7, 6, 5});
+  CInnerHeaderWrapper wrapper(&sub, nullptr, L"mesh");
+  EXPECT_EQ(wrapper.Save(), 133);
+  EXPECT_EQ(stream.getPosition(), 133);  // left at the end of the payload
+  const std::vector<unsigned char>& b = stream.Bytes();
+  ASSERT_EQ(b.size(), 133u);
+  const std::vector<unsigned char> magic = {'K', 'v', 'C', 'm', 'p', 'W', 'r', 'p', 0, 0};
+  EXPECT_EQ(Slice(b, 0, 10), magic);
+  EXPECT_EQ(Slice(b, 10, 8), (std::vector<unsigned char>{5, 0, 0, 0, 0, 0, 0, 0}));
+  EXPECT_EQ(Slice(b, 18, 4), (std::vector<unsigned char>{4, 3, 2, 1}));
+  std::vector<unsigned char> mark(30, 0);
+  mark[0] = 'M'; mark[1] = 'e'; mark[2] = 's'; mark[3] = 'h';
+  EXPECT_EQ(Slice(b, 22, 30), mark);
+  EXPECT_EQ(Slice(b, 52, 76), std::vector<unsigned char>(76, 0));
+  EXPECT_EQ(Slice(b, 128, 5), (std::vector<unsigned char>{9, 8, 7, 6, 5}));
+
+  EXPECT_EQ(CInnerHeaderWrapper::getWrapHeaderSize(), 128);
+  EXPECT_EQ(wrapper.GetBlockMark(), "Wrap");
+  EXPECT_EQ(wrapper.GetVersion(), 1);
+  EXPECT_EQ(wrapper.GetComponentName(), L"mesh");
+  EXPECT_EQ(&wrapper.GetStream(), &stream);
+  EXPECT_TRUE(wrapper.IsTryLoad());
+  EXPECT_FALSE(CInnerHeaderWrapper(stream, nullptr, L"").IsTryLoad());
+}
+
+TEST(InnerHeaderWrapperTest, Format_NegativeVersionEmptyPayloadAndLongMarks) {
+  MemoryStream stream;
+  PayloadFilter empty(stream, "E", -2);
+  EXPECT_EQ(CInnerHeaderWrapper(&empty, nullptr, L"").Save(), 128);
+  ASSERT_EQ(stream.Bytes().size(), 128u);
+  EXPECT_EQ(Slice(stream.Bytes(), 10, 8), std::vector<unsigned char>(8, 0));  // length 0
+  EXPECT_EQ(Slice(stream.Bytes(), 18, 4), (std::vector<unsigned char>{0xFE, 0xFF, 0xFF, 0xFF}));
+
+  // Marks of 29 characters are kept whole; longer ones are cut to 29 and terminated.
+  const std::string mark29(29, 'a'), mark40 = std::string(29, 'b') + std::string(11, 'c');
+  for (const std::string& mark : {mark29, mark40}) {
+    MemoryStream s;
+    PayloadFilter sub(s, mark, 0);
+    CInnerHeaderWrapper(&sub, nullptr, L"").Save();
+    const std::vector<unsigned char> field = Slice(s.Bytes(), 22, 30);
+    EXPECT_EQ(std::string(field.begin(), field.begin() + 29), mark.substr(0, 29));
+    EXPECT_EQ(field[29], 0);
+  }
+}
+
+TEST(InnerHeaderWrapperTest, RoundTrip_KnownBlocksLoadUnknownOnesAreSkippedAndLogged) {
+  std::FILE* file = KorvaOpenTempFile("qvmath_wrapper_test");
+  ASSERT_NE(file, nullptr);
+  CFileWrapClose closer(file);
+  CFileBinaryStream stream(file);
+  qvtest::TestRng rng(4711);
+  SCOPED_TRACE(rng.Trace());
+  std::vector<unsigned char> big(1000);
+  for (unsigned char& c : big) c = static_cast<unsigned char>(rng.Int(0, 255));
+
+  // Block layout: A(1000) B(37) stub(0) A'(3) nested(128 + 4).
+  PayloadFilter a(stream, "A", 1, big), b(stream, "B", 2, std::vector<unsigned char>(37, 0xB)),
+      a2(stream, "A", 1, {1, 2, 3}), inner(stream, "In", 7, {4, 4, 4, 4});
+  KvF::CComponentFilterStub stub(L"stub", stream);
+  CInnerHeaderWrapper innerWrap(&inner, nullptr, L"inner");
+  std::int64_t written = 0;
+  for (KvF::IComponentFilter* f :
+       std::vector<KvF::IComponentFilter*>{&a, &b, &stub, &a2, &innerWrap}) {
+    written += CInnerHeaderWrapper(f, nullptr, L"w").Save();
+  }
+  EXPECT_EQ(written, 1128 + 165 + 128 + 131 + 260);
+  EXPECT_EQ(stream.getPosition(), written);
+  ASSERT_EQ(std::fseek(file, 0, SEEK_SET), 0);
+
+  RecordingLog log;
+  qvtest::NullDeltaLogger logger;
+  PayloadFilter readA(stream, "A", 1), readB3(stream, "B", 3), readX(stream, "X", 1),
+      readIn(stream, "In", 7);
+  readA.loadSize = 1000;
+  readIn.loadSize = 4;
+  CInnerHeaderWrapper readInWrap(&readIn, nullptr, L"inner");
+
+  EXPECT_EQ(CInnerHeaderWrapper(&readA, &log, L"a").Load(logger), 1128);
+  EXPECT_EQ(readA.loaded, big);
+  EXPECT_EQ(CInnerHeaderWrapper(&readB3, &log, L"b").Load(logger), 165);   // other version
+  EXPECT_EQ(CInnerHeaderWrapper(stream, &log, L"stub").Load(logger), 128);  // skip-only
+  EXPECT_EQ(CInnerHeaderWrapper(&readX, &log, L"").Load(logger), 131);     // other mark
+  EXPECT_EQ(CInnerHeaderWrapper(&readInWrap, &log, L"outer").Load(logger), 260);
+  EXPECT_EQ(readIn.loaded, (std::vector<unsigned char>{4, 4, 4, 4}));
+  EXPECT_EQ(stream.getPosition(), written);
+  EXPECT_EQ(readB3.loads + readX.loads, 0);
+  // Skips are logged with kind 2 under the wrapper's name; an empty name is not logged.
+  ASSERT_EQ(log.entries.size(), 2u);
+  EXPECT_EQ(log.entries[0], std::make_pair(std::wstring(L"b"), KvF::kSaveLoadLogSkipped));
+  EXPECT_EQ(log.entries[1], std::make_pair(std::wstring(L"stub"), 2));
+}
+
+TEST(InnerHeaderWrapperTest, Quirk_MarkLongerThan29NeverMatchesOnLoad) {
+  MemoryStream stream;
+  const std::string longMark(35, 'm');
+  PayloadFilter sub(stream, longMark, 0, {1, 2});
+  CInnerHeaderWrapper(&sub, nullptr, L"long").Save();
+  stream.Rewind();
+  RecordingLog log;
+  qvtest::NullDeltaLogger logger;
+  EXPECT_EQ(CInnerHeaderWrapper(&sub, &log, L"long").Load(logger), 130);
+  EXPECT_EQ(sub.loads, 0);
+  EXPECT_EQ(log.entries.size(), 1u);
+}
+
+TEST(InnerHeaderWrapperTest, Rejected_UnrecognisedHeadersAndWrongCounts) {
+  qvtest::NullDeltaLogger logger;
+  MemoryStream good;
+  PayloadFilter sub(good, "M", 1, {1, 2, 3});
+  CInnerHeaderWrapper(&sub, nullptr, L"").Save();
+  const std::vector<unsigned char> bytes = good.Bytes();
+
+  auto loadFrom = [&](std::vector<unsigned char> data, std::size_t loadSize) {
+    MemoryStream s;
+    s.Bytes() = std::move(data);
+    PayloadFilter reader(s, "M", 1);
+    reader.loadSize = loadSize;
+    return CInnerHeaderWrapper(&reader, nullptr, L"").Load(logger);
+  };
+  EXPECT_EQ(loadFrom(bytes, 3), 131);
+  // The reader must consume exactly the recorded length.
+  EXPECT_THROW(loadFrom(bytes, 2), KvF::CUnknownFormatError);
+  EXPECT_THROW(loadFrom(bytes, 3 + 1), CKorvaException);  // reads past the end
+  // Magic compared as text: a changed letter, or a byte that extends the text, is
+  // refused; a byte after the terminator is not part of the text.
+  for (std::size_t at : {0u, 7u, 8u}) {
+    std::vector<unsigned char> bad = bytes;
+    bad[at] = 'X';
+    EXPECT_THROW(loadFrom(bad, 3), KvF::CUnknownFormatError) << "byte " << at;
+  }
+  std::vector<unsigned char> afterTerminator = bytes;
+  afterTerminator[9] = 'X';
+  EXPECT_EQ(loadFrom(afterTerminator, 3), 131);
+  // Length -1 (save never completed) and lengths beyond any writer are rejected.
+  for (std::uint64_t length : {~std::uint64_t{0}, std::uint64_t{1} << 40, std::uint64_t{0x80000000}}) {
+    std::vector<unsigned char> bad = bytes;
+    for (int i = 0; i < 8; ++i) bad[10 + i] = static_cast<unsigned char>(length >> (8 * i));
+    EXPECT_THROW(loadFrom(bad, 3), KvF::CUnknownFormatError);
+  }
+}
+
+TEST(InnerHeaderWrapperTest, Rejected_InterruptedSaveLeavesLengthUnset) {
+  MemoryStream stream;
+  FailingFilter sub(stream, "F", 0, {1, 2, 3, 4});
+  EXPECT_THROW(CInnerHeaderWrapper(&sub, nullptr, L"").Save(), CKorvaException);
+  ASSERT_EQ(stream.Bytes().size(), 131u);
+  EXPECT_EQ(Slice(stream.Bytes(), 10, 8), std::vector<unsigned char>(8, 0xFF));
+  stream.Rewind();
+  qvtest::NullDeltaLogger logger;
+  // Even a skip-only reader refuses it: the extent of the block is unknown.
+  EXPECT_THROW(CInnerHeaderWrapper(stream, nullptr, L"").Load(logger), KvF::CUnknownFormatError);
+}
+
+TEST(InnerHeaderWrapperTest, Truncated_InputThrowsTheStreamError) {
+  std::FILE* file = KorvaOpenTempFile("qvmath_wrapper_test");
+  ASSERT_NE(file, nullptr);
+  CFileWrapClose closer(file);
+  CFileBinaryStream stream(file);
+  PayloadFilter sub(stream, "T", 0, std::vector<unsigned char>(50, 1));
+  CInnerHeaderWrapper(&sub, nullptr, L"").Save();
+  qvtest::NullDeltaLogger logger;
+  const std::string text = "Unexpected end of file. Probably corrupted data.";
+  ASSERT_EQ(std::fflush(file), 0);  // truncating under unflushed data would undo the cut
+  for (long cut : {100L, 128L + 20L}) {
+    ASSERT_EQ(ftruncate(fileno(file), cut), 0);
+    ASSERT_EQ(std::fseek(file, 0, SEEK_SET), 0);
+    try {
+      CInnerHeaderWrapper(&sub, nullptr, L"").Load(logger);
+      ADD_FAILURE() << "no exception for a file cut at " << cut;
+    } catch (const KvF::CUnknownFormatError&) {
+      ADD_FAILURE() << "format error instead of a stream error";
+    } catch (const CKorvaException& e) {
+      EXPECT_EQ(std::string(e.what()), text);
+    }
+  }
+}
+
+TEST(InnerHeaderWrapperTest, Misuse_NullFilterAndSaveWithoutFilter) {
+  try {
+    CInnerHeaderWrapper w(static_cast<KvF::IComponentFilter*>(nullptr), nullptr, L"");
+    ADD_FAILURE();
+  } catch (const std::logic_error& e) {
+    EXPECT_STREQ(e.what(), "Error: attempt to CInnerHeaderWrapper wraps empty sub-filter.");
+  }
+  MemoryStream stream;
+  CInnerHeaderWrapper skipper(stream, nullptr, L"x");
+  try {
+    skipper.Save();
+    ADD_FAILURE();
+  } catch (const std::logic_error& e) {
+    EXPECT_STREQ(e.what(), "Internal logic error CInnerHeaderWrapper");
+  }
+  EXPECT_EQ(stream.getPosition(), 0);  // nothing written
+}
+
+TEST(InnerHeaderWrapperTest, Limit_PayloadMustFitTheRelativeSkip) {
+  const std::int64_t max = CInnerHeaderWrapper::getMaxPayloadSize();
+  EXPECT_EQ(max, 2147483647LL - 128);
+  {
+    MemoryStream stream(/*store=*/false);
+    ClaimFilter sub(stream, max);
+    EXPECT_EQ(CInnerHeaderWrapper(&sub, nullptr, L"").Save(), max + 128);
+    // Back to the length field, then forward to the end of the payload.
+    EXPECT_EQ(stream.skips, (std::vector<std::int32_t>{static_cast<std::int32_t>(-(max + 118)),
+                                                       static_cast<std::int32_t>(max + 110)}));
+    EXPECT_EQ(stream.getPosition(), max + 128);
+  }
+  for (std::int64_t n : {max + 1, std::int64_t{1} << 32, std::int64_t{-5}}) {
+    MemoryStream stream(/*store=*/false);
+    ClaimFilter sub(stream, n);
+    EXPECT_THROW(CInnerHeaderWrapper(&sub, nullptr, L"").Save(), CKorvaException) << n;
+    EXPECT_TRUE(stream.skips.empty()) << n;  // the header keeps its -1
+  }
+}

@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: MIT
+#include <qvmath/platform/temp_file.h>
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+// Runs each test with TMP and TMPDIR saved and restored, and a private empty directory.
+class TempFileTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    for (int i = 0; i < 2; ++i) {
+      const char* v = std::getenv(kVars[i]);
+      m_had[i] = v != nullptr;
+      if (v) m_old[i] = v;
+    }
+    char pattern[] = "/tmp/qvmath_tempfile_XXXXXX";
+    ASSERT_NE(mkdtemp(pattern), nullptr);
+    m_dir = pattern;
+  }
+  void TearDown() override {
+    EXPECT_EQ(DirEntries(), 0);
+    rmdir(m_dir.c_str());
+    for (int i = 0; i < 2; ++i) {
+      if (m_had[i]) {
+        setenv(kVars[i], m_old[i].c_str(), 1);
+      } else {
+        unsetenv(kVars[i]);
+      }
+    }
+  }
+  int DirEntries() const {
+    DIR* d = opendir(m_dir.c_str());
+    if (!d) return -1;
+    int n = 0;
+    while (const dirent* e = readdir(d)) n += e->d_name[0] != '.';
+    closedir(d);
+    return n;
+  }
+  static std::string LinkOf(std::FILE* f) {
+    char link[4096];
+    const std::string path = "/proc/self/fd/" + std::to_string(fileno(f));
+    const ssize_t n = readlink(path.c_str(), link, sizeof link - 1);
+    return n > 0 ? std::string(link, static_cast<std::size_t>(n)) : std::string();
+  }
+
+  static constexpr const char* kVars[2] = {"TMP", "TMPDIR"};
+  std::string m_dir;
+
+ private:
+  bool m_had[2] = {false, false};
+  std::string m_old[2];
+};
+
+}  // namespace
+
+TEST_F(TempFileTest, Directory_TmpThenTmpdirThenSlashTmp) {
+  setenv("TMP", "/a", 1);
+  setenv("TMPDIR", "/b", 1);
+  EXPECT_EQ(KorvaTempDirectory(), "/a");
+  setenv("TMP", "", 1);  // empty counts as unset
+  EXPECT_EQ(KorvaTempDirectory(), "/b");
+  unsetenv("TMP");
+  EXPECT_EQ(KorvaTempDirectory(), "/b");
+  unsetenv("TMPDIR");
+  EXPECT_EQ(KorvaTempDirectory(), "/tmp");
+}
+
+TEST_F(TempFileTest, File_UniqueUnlinkedPrivateAndGoneOnClose) {
+  setenv("TMP", m_dir.c_str(), 1);
+  std::FILE* a = KorvaOpenTempFile("Prefix_");
+  std::FILE* b = KorvaOpenTempFile("Prefix_", ETempFileAccess::kSequential);
+  ASSERT_NE(a, nullptr);
+  ASSERT_NE(b, nullptr);
+  EXPECT_EQ(DirEntries(), 0);  // no name in the directory, even while open
+  const std::string linkA = LinkOf(a), linkB = LinkOf(b);
+  EXPECT_EQ(linkA.rfind(m_dir + "/Prefix_", 0), 0u) << linkA;
+  EXPECT_NE(linkA.find(" (deleted)"), std::string::npos) << linkA;
+  EXPECT_NE(linkA, linkB);
+  EXPECT_NE(fcntl(fileno(a), F_GETFD) & FD_CLOEXEC, 0);
+
+  // Two independent read/write files.
+  ASSERT_GE(std::fputs("first", a), 0);
+  ASSERT_GE(std::fputs("second", b), 0);
+  std::rewind(a);
+  std::rewind(b);
+  char bufA[16] = {}, bufB[16] = {};
+  EXPECT_EQ(std::fread(bufA, 1, sizeof bufA - 1, a), 5u);
+  EXPECT_EQ(std::fread(bufB, 1, sizeof bufB - 1, b), 6u);
+  EXPECT_STREQ(bufA, "first");
+  EXPECT_STREQ(bufB, "second");
+  std::fclose(a);
+  std::fclose(b);
+}
+
+TEST_F(TempFileTest, Failure_NullWithErrno) {
+  setenv("TMP", (m_dir + "/missing").c_str(), 1);
+  errno = 0;
+  EXPECT_EQ(KorvaOpenTempFile("x"), nullptr);
+  EXPECT_EQ(errno, ENOENT);
+  setenv("TMP", m_dir.c_str(), 1);
+  errno = 0;
+  EXPECT_EQ(KorvaOpenTempFile("sub/x"), nullptr);  // a prefix may not leave the directory
+  EXPECT_EQ(errno, EINVAL);
+  std::FILE* f = KorvaOpenTempFile(nullptr, ETempFileAccess::kRandom);  // null prefix: ""
+  ASSERT_NE(f, nullptr);
+  std::fclose(f);
+}
