@@ -21,6 +21,10 @@
 
 // Optimisation, rounding and root finding
 #include <qvmath/optim/brent_zero.h>
+#include <qvmath/optim/min_max_optimizer.h>
+#include <qvmath/optim/min_max_params.h>
+#include <qvmath/optim/min_max_task.h>
+#include <qvmath/optim/minpack.h>
 #include <qvmath/optim/rounding.h>
 
 // Infrastructure: progress, block processing, streams, external vectors, heap, log sinks
