@@ -29,6 +29,9 @@
 
 // Infrastructure: progress, block processing, streams, external vectors, heap, log sinks
 #include <qvmath/infra/binary_stream.h>
+#include <qvmath/infra/block_processor.h>
+#include <qvmath/infra/block_structure.h>
+#include <qvmath/infra/block_worker.h>
 #include <qvmath/infra/component_filter.h>
 #include <qvmath/infra/delta_state_logger.h>
 #include <qvmath/infra/extern_vector.h>
@@ -39,5 +42,9 @@
 #include <qvmath/infra/graph_object_selector.h>
 #include <qvmath/infra/inner_header_wrapper.h>
 #include <qvmath/infra/log_sinks.h>
+#include <qvmath/infra/multi_phase_manager.h>
+#include <qvmath/infra/prgcnt_blocks_threaded.h>
+#include <qvmath/infra/progress_counter.h>
 #include <qvmath/infra/save_load_log.h>
 #include <qvmath/infra/skip_till_the_end.h>
+#include <qvmath/infra/sub_phase_callback_replacer.h>

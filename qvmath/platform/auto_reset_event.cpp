@@ -24,6 +24,9 @@ EventHub& Hub() {
 // Waits until pred() holds or the time-out passes; pred runs under the hub's mutex.
 template <class Pred>
 bool WaitUntil(std::unique_lock<std::mutex>& lock, std::uint32_t timeoutMs, Pred pred) {
+  // A zero time-out only tests: going through the condition would cost a futex call and a
+  // context switch, and the block processor polls this way once per block.
+  if (timeoutMs == 0) return pred();
   if (timeoutMs == kKorvaInfinite) {
     Hub().changed.wait(lock, pred);
     return true;

@@ -1,0 +1,574 @@
+// SPDX-License-Identifier: MIT
+#include <qvmath/infra/block_processor.h>
+#include <qvmath/infra/progress_counter.h>
+#include <qvmath/platform/korva_exception.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <map>
+#include <mutex>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "block_test_host.h"
+#include "progress_recorder.h"
+#include "test_util.h"
+
+using namespace BlockProc;
+using qvtest::IdOf;
+using qvtest::LineStructure;
+using Recorder = qvtest::ProgressRecorder;
+
+namespace {
+
+void SpinMicroseconds(int us) {
+  const auto until = std::chrono::steady_clock::now() + std::chrono::microseconds(us);
+  while (std::chrono::steady_clock::now() < until) {
+  }
+}
+
+struct Fragment : IKorvaFragment_Old {
+  Fragment(int i, std::atomic<int>& alive) : id(i), m_alive(alive) { ++m_alive; }
+  ~Fragment() override { --m_alive; }
+  int id;
+  std::atomic<int>& m_alive;
+};
+
+// A block's processing as the journal saw it: tickets of a process-wide clock taken at
+// its start and end.
+struct Interval {
+  int pass, block;
+  long begin, end;
+};
+
+class TestProcessor;
+
+class TestWorker : public CBlockWorker {
+ public:
+  TestWorker(TestProcessor* p, bool threaded);
+  ~TestWorker() override;
+  bool BlockInit(IKorvaFragmentDescriptor_Old& d, IKorvaFragment_Old* f) override;
+  bool BlockInitUnshared(IKorvaFragmentDescriptor_Old& d, IKorvaFragment_Old* f) override;
+  int ProcessFragment(IKorvaFragmentDescriptor_Old& d, IKorvaFragment_Old* f) override;
+  void FinishBlock(IKorvaFragmentDescriptor_Old& d, IKorvaFragment_Old* f) override;
+
+ private:
+  TestProcessor* m_p;
+};
+
+// The host's processor: configurable costs, failures and checks; records what happened.
+class TestProcessor : public CBlockProcessor {
+ public:
+  explicit TestProcessor(LineStructure& s, int n) : structure(s), costUs(size_t(n), 0) {
+    SetBlockStructure(&s);
+    data.resize(size_t(n));
+    for (int i = 0; i < n; ++i) data[size_t(i)] = double((i * 7919) % 113);
+    scratch = data;
+  }
+
+  // Configuration, fixed during a run.
+  LineStructure& structure;
+  std::vector<int> costUs;
+  std::map<int, int> resultCode;
+  int throwAt = -1;
+  int abortAt = -1;
+  int extractNullAt = -1;
+  int reportSteps = 0;      // progress reports per block through the worker's counter
+  bool longBlocks = false;  // blocks run until aborted (bounded by 2000 steps of 1 ms)
+  bool neighbourMean = false;
+  bool needUnshared = false;
+  int stopAtPass = -1;  // SetThisPassLast in this pass
+
+  // Results.
+  std::vector<double> data, scratch;
+  std::vector<std::string> calls;  // hooks of the managing thread
+  std::mutex mutex;
+  std::vector<Interval> intervals;
+  std::vector<int> running;
+  int overlaps = 0;
+  std::atomic<long> clock{0};
+  std::atomic<int> workersAlive{0}, workersMade{0}, fragmentsAlive{0};
+  std::atomic<int> readers{0}, sectionViolations{0}, finishCalls{0}, applyCalls{0};
+  std::atomic<int> interrupted{0}, processed{0};
+
+  CBlockWorker* CreateWorker(bool threaded) override { return new TestWorker(this, threaded); }
+  void PreliminaryGlobalActions() override { calls.push_back("global-begin"); }
+  void PreliminaryPassActions() override {
+    calls.push_back("pass-begin");
+    if (CurrentPassNo() == stopAtPass) SetThisPassLast();
+  }
+  void FinalPassActions() override { calls.push_back("pass-end"); }
+  void FinalGlobalActions() override { calls.push_back("global-end"); }
+  bool NeedUnsharedWorkerInit() override { return needUnshared; }
+  IKorvaFragment_Old* ExtractBlock(const IKorvaFragmentDescriptor_Old& d) override {
+    if (IdOf(d) == extractNullAt) return nullptr;
+    return new Fragment(IdOf(d), fragmentsAlive);
+  }
+  void ApplyBlockChanges(const IKorvaFragmentDescriptor_Old& d,
+                         const IKorvaFragment_Old& f) override {
+    CheckExclusive();
+    if (static_cast<const Fragment&>(f).id != IdOf(d)) ++sectionViolations;
+    Apply(IdOf(d));
+  }
+  void ApplyBlockChangesBlockNotExtr(const IKorvaFragmentDescriptor_Old& d) override {
+    Apply(IdOf(d));
+  }
+
+  // Called where all sections must be held: no worker may be inside its read section.
+  void CheckExclusive() {
+    if (readers.load() != 0) ++sectionViolations;
+  }
+  void Apply(int id) {
+    ++applyCalls;
+    data[size_t(id)] = scratch[size_t(id)];
+  }
+
+  void Begin(int id) {
+    std::lock_guard<std::mutex> lock(mutex);
+    for (int r : running)
+      if (structure.Forbidden(id, r) || r == id) ++overlaps;
+    running.push_back(id);
+  }
+  void End(int id, long begin) {
+    std::lock_guard<std::mutex> lock(mutex);
+    running.erase(std::find(running.begin(), running.end(), id));
+    intervals.push_back({CurrentPassNo(), id, begin, clock.fetch_add(1)});
+  }
+
+  // Every block ran exactly once in each of `passes` passes and no two forbidden blocks
+  // overlapped in time.
+  void ExpectCleanSchedule(int passes, int blocks) {
+    std::vector<int> runs(size_t(passes * blocks), 0);
+    for (const Interval& iv : intervals) {
+      ASSERT_GE(iv.pass, 0);
+      ASSERT_LT(iv.pass, passes);
+      ++runs[size_t(iv.pass * blocks + iv.block)];
+    }
+    for (size_t k = 0; k < runs.size(); ++k) EXPECT_EQ(runs[k], 1) << "pass/block " << k;
+    for (size_t a = 0; a < intervals.size(); ++a)
+      for (size_t b = a + 1; b < intervals.size(); ++b) {
+        const Interval& x = intervals[a];
+        const Interval& y = intervals[b];
+        if (!structure.Forbidden(x.block, y.block)) continue;
+        EXPECT_FALSE(x.begin < y.end && y.begin < x.end)
+            << "blocks " << x.block << " and " << y.block << " overlapped";
+      }
+    EXPECT_EQ(overlaps, 0);
+  }
+};
+
+TestWorker::TestWorker(TestProcessor* p, bool threaded) : CBlockWorker(p, threaded), m_p(p) {
+  ++m_p->workersAlive;
+  ++m_p->workersMade;
+}
+
+TestWorker::~TestWorker() { --m_p->workersAlive; }
+
+bool TestWorker::BlockInit(IKorvaFragmentDescriptor_Old&, IKorvaFragment_Old*) {
+  // Inside the read section: stay a little so that a wrong LockAllSections would be seen.
+  ++m_p->readers;
+  SpinMicroseconds(2);
+  --m_p->readers;
+  return true;
+}
+
+bool TestWorker::BlockInitUnshared(IKorvaFragmentDescriptor_Old&, IKorvaFragment_Old*) {
+  if (m_p->needUnshared) m_p->CheckExclusive();
+  return true;
+}
+
+int TestWorker::ProcessFragment(IKorvaFragmentDescriptor_Old& d, IKorvaFragment_Old* f) {
+  const int id = IdOf(d);
+  if (f && static_cast<Fragment*>(f)->id != id) ++m_p->sectionViolations;
+  const long begin = m_p->clock.fetch_add(1);
+  m_p->Begin(id);
+  ++m_p->processed;
+  if (m_p->neighbourMean) {
+    const std::vector<double>& x = m_p->data;
+    const double left = id > 0 ? x[size_t(id - 1)] : x[size_t(id)];
+    const double right = id + 1 < int(x.size()) ? x[size_t(id + 1)] : x[size_t(id)];
+    m_p->scratch[size_t(id)] = (left + x[size_t(id)] + right) / 3.0;
+  } else {
+    m_p->scratch[size_t(id)] = m_p->data[size_t(id)] + 1.0;
+  }
+  SpinMicroseconds(m_p->costUs[size_t(id)]);
+  if (id == m_p->abortAt) m_p->SetAbortEvent();
+  CProgressCounter* pc = GetProgressCounter();
+  for (int k = 1; k <= m_p->reportSteps && pc; ++k) pc->SetPosFloat(double(k) / m_p->reportSteps);
+  if (m_p->longBlocks && id != m_p->abortAt) {
+    try {
+      for (int k = 0; k < 2000; ++k) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        if (pc) pc->SetPosFloat((k % 100) * 0.01);
+      }
+    } catch (const CUserIntrException&) {
+      ++m_p->interrupted;
+      m_p->End(id, begin);
+      throw;
+    }
+  }
+  m_p->End(id, begin);
+  if (id == m_p->throwAt) throw std::runtime_error("boom");
+  auto code = m_p->resultCode.find(id);
+  return code == m_p->resultCode.end() ? 0 : code->second;
+}
+
+void TestWorker::FinishBlock(IKorvaFragmentDescriptor_Old&, IKorvaFragment_Old*) {
+  ++m_p->finishCalls;
+}
+
+void Configure(TestProcessor& p, int threads) {
+  if (threads == 0) {
+    p.SetUseParallelThreads(false);
+  } else {
+    p.SetNParralelThreads(threads);
+    p.SetUseParallelThreads(true);
+  }
+}
+
+}  // namespace
+
+TEST(BlockProcessor, Regions_PreconditionsComeBeforeAnyHook) {
+  LineStructure s(4);
+  TestProcessor p(s, 4);
+  p.SetBlockStructure(nullptr);
+  EXPECT_EQ(p.Run(), -1);
+  p.SetBlockStructure(&s);
+  p.SetExtractBlock(true);
+  p.SetImmediateBlockModify(false);
+  EXPECT_EQ(p.Run(), 9);
+  EXPECT_TRUE(p.calls.empty());
+  EXPECT_EQ(s.resets, 0);
+  EXPECT_EQ(p.CurrentPassNo(), -1);
+}
+
+TEST(BlockProcessor, Regions_ThreadSettings) {
+  LineStructure s(1);
+  TestProcessor p(s, 1);
+  EXPECT_FALSE(p.IsUseParallelThreads());
+  p.SetNParralelThreads(3);
+  EXPECT_TRUE(p.IsUseParallelThreads());
+  p.SetNParralelThreads(1);
+  EXPECT_FALSE(p.IsUseParallelThreads());
+  p.SetNParralelThreads(4);
+  p.SetUseParallelThreads(false);
+  EXPECT_EQ(p.GetNParralelThreads(), 1);
+  EXPECT_FALSE(p.IsUseParallelThreads());
+}
+
+namespace {
+// A processor whose factory fails.
+struct NoWorkers : CBlockProcessor {
+  CBlockWorker* CreateWorker(bool) override { return nullptr; }
+};
+}  // namespace
+
+TEST(BlockProcessor, Regions_CopiesAndAFailingFactory) {
+  LineStructure s(3);
+  NoWorkers p;
+  p.SetBlockStructure(&s);
+  p.SetNPasses(2);
+  p.SetNParralelThreads(2);
+  NoWorkers copy(p);
+  EXPECT_EQ(copy.GetBlockStructure(), &s);
+  EXPECT_EQ(copy.GetNPasses(), 2);
+  EXPECT_TRUE(copy.IsUseParallelThreads());
+  EXPECT_NE(copy.GetBlockCritSect(), p.GetBlockCritSect());
+  EXPECT_NE(copy.GetAbortEvent(), p.GetAbortEvent());
+  EXPECT_THROW(p.Run(), CKorvaException);
+  p.SetUseParallelThreads(false);
+  EXPECT_THROW(p.Run(), CKorvaException);
+}
+
+TEST(BlockProcessor, Regions_HooksPassesAndLastPass) {
+  for (int threads : {0, 2}) {
+    LineStructure s(5);
+    TestProcessor p(s, 5);
+    Configure(p, threads);
+    p.SetNPasses(3);
+    EXPECT_EQ(p.Run(), 0);
+    const std::vector<std::string> expected{"global-begin", "pass-begin", "pass-end", "pass-begin",
+                                            "pass-end",     "pass-begin", "pass-end", "global-end"};
+    EXPECT_EQ(p.calls, expected);
+    EXPECT_EQ(s.resets, 3);
+    EXPECT_EQ(p.CurrentPassNo(), 2);
+    p.ExpectCleanSchedule(3, 5);
+    EXPECT_EQ(p.workersAlive.load(), 0);
+    // Changes of every pass were applied at its end, in block order.
+    EXPECT_EQ(p.applyCalls.load(), 15);
+    EXPECT_EQ(p.data[0], 3.0);
+
+    // SetThisPassLast in pass 1 of 5 ends the run after that pass.
+    LineStructure s2(3);
+    TestProcessor q(s2, 3);
+    Configure(q, threads);
+    q.SetNPasses(5);
+    q.stopAtPass = 1;
+    q.Run();
+    EXPECT_EQ(s2.resets, 2);
+    EXPECT_EQ(q.intervals.size(), 6u);
+    EXPECT_EQ(q.calls.size(), 6u);
+    EXPECT_EQ(q.CurrentPassNo(), 4);  // the pass number was moved to the last one
+  }
+}
+
+TEST(BlockProcessor, Properties_ParallelResultEqualsSerial) {
+  const int n = 37;
+  LineStructure ref(n);
+  TestProcessor serial(ref, n);
+  serial.neighbourMean = true;
+  serial.SetNPasses(4);
+  serial.Run();
+  for (int threads : {1, 2, 3})
+    for (int gap : {0, 1, 2}) {
+      LineStructure s(n, gap);
+      TestProcessor p(s, n);
+      Configure(p, threads);
+      p.neighbourMean = true;
+      p.SetNPasses(4);
+      p.Run();
+      EXPECT_EQ(p.data, serial.data) << threads << " threads, gap " << gap;
+    }
+}
+
+TEST(BlockProcessor, Properties_ForbiddenNeighboursNeverOverlap) {
+  qvtest::TestRng rng(4242);
+  SCOPED_TRACE(rng.Trace());
+  for (int gap : {1, 2}) {
+    const int n = 60;
+    LineStructure s(n, gap);
+    TestProcessor p(s, n);
+    for (int& c : p.costUs) c = rng.Int(0, 300);
+    Configure(p, 3);
+    p.SetNPasses(2);
+    p.Run();
+    p.ExpectCleanSchedule(2, n);
+  }
+}
+
+TEST(BlockProcessor, Regions_HandOutNeverRepeatsABlock) {
+  for (bool selfConcurrent : {false, true}) {
+    LineStructure s(6, 1, selfConcurrent);
+    TestProcessor p(s, 6);
+    p.OnBlockStructureInit();
+    EXPECT_EQ(IdOf(*p.LockNextBlock(nullptr)), 0);
+    EXPECT_FALSE(p.IsBlockReadyForProcess(s.At(0)));  // being processed
+    EXPECT_FALSE(p.IsBlockReadyForProcess(s.At(1)));  // neighbour of 0
+    EXPECT_EQ(IdOf(*p.LockNextBlock(nullptr)), 2);
+    EXPECT_EQ(IdOf(*p.LockNextBlock(nullptr)), 4);
+    EXPECT_TRUE(p.LockNextBlock(nullptr) == p.BlockEnd());
+    EXPECT_TRUE(p.HasPotentialJob());
+    EXPECT_FALSE(p.HasCurrentJob());
+    p.UnLockBlock(s.At(0), nullptr);
+    EXPECT_FALSE(p.HasCurrentJob());  // 1 still next to 2
+    p.UnLockBlock(s.At(2), nullptr);
+    EXPECT_EQ(IdOf(*p.LockNextBlock(nullptr)), 1);
+    EXPECT_FALSE(p.IsBlockReadyForProcess(s.At(0)));  // finished, before the cursor
+    p.UnLockBlock(s.At(1), nullptr);
+    p.UnLockBlock(s.At(1), nullptr);                        // twice: counted once
+    EXPECT_TRUE(p.LockNextBlock(nullptr) == p.BlockEnd());  // 3 and 5 next to 4
+    p.UnLockBlock(s.At(4), nullptr);
+    EXPECT_EQ(IdOf(*p.LockNextBlock(nullptr)), 3);
+    EXPECT_EQ(IdOf(*p.LockNextBlock(nullptr)), 5);
+    EXPECT_TRUE(p.LockNextBlock(nullptr) == p.BlockEnd());
+    p.UnLockBlock(s.At(3), nullptr);
+    p.UnLockBlock(s.At(5), nullptr);
+    EXPECT_FALSE(p.HasPotentialJob());
+    EXPECT_EQ(p.GetFinishedBlockCount(), 6);
+  }
+}
+
+TEST(BlockProcessor, Regions_ImmediateModifyUnderAllSections) {
+  for (int threads : {0, 3}) {
+    for (bool extract : {false, true}) {
+      const int n = 40;
+      LineStructure s(n, 0);
+      TestProcessor p(s, n);
+      Configure(p, threads);
+      p.SetImmediateBlockModify(true);
+      p.SetExtractBlock(extract);
+      p.needUnshared = true;
+      p.extractNullAt = extract ? 7 : -1;  // a block without a copy is skipped
+      for (int& c : p.costUs) c = 20;
+      EXPECT_EQ(p.Run(), 0);
+      EXPECT_EQ(p.sectionViolations.load(), 0);
+      EXPECT_EQ(p.fragmentsAlive.load(), 0);
+      // Serial processing never extracts: its workers always get a null fragment.
+      const int done = extract && threads > 0 ? n - 1 : n;
+      EXPECT_EQ(p.processed.load(), done);
+      EXPECT_EQ(p.finishCalls.load(), done);
+      EXPECT_EQ(p.applyCalls.load(), done);
+      EXPECT_EQ(p.workersAlive.load(), 0);
+    }
+  }
+}
+
+TEST(BlockProcessor, Regions_WorkerFailuresSurfaceUnchanged) {
+  for (int threads : {0, 1, 2, 3}) {
+    SCOPED_TRACE(threads);
+    {
+      LineStructure s(20, 0);
+      TestProcessor p(s, 20);
+      Configure(p, threads);
+      p.SetExtractBlock(true);
+      p.SetImmediateBlockModify(true);
+      p.resultCode[5] = 7;
+      try {
+        p.Run();
+        ADD_FAILURE() << "no exception";
+      } catch (const EBlockAlgError& e) {
+        EXPECT_EQ(e.GetErrorCode(), 7);
+      }
+      EXPECT_EQ(p.workersAlive.load(), 0);
+      EXPECT_EQ(p.fragmentsAlive.load(), 0);
+    }
+    {
+      LineStructure s(20, 0);
+      TestProcessor p(s, 20);
+      Configure(p, threads);
+      p.resultCode[3] = 10;  // the worker asks to stop
+      EXPECT_THROW(p.Run(), CUserIntrException);
+      EXPECT_EQ(p.workersAlive.load(), 0);
+    }
+    {
+      LineStructure s(20, 1);
+      TestProcessor p(s, 20);
+      Configure(p, threads);
+      p.throwAt = 11;
+      try {
+        p.Run();
+        ADD_FAILURE() << "no exception";
+      } catch (const std::runtime_error& e) {
+        EXPECT_STREQ(e.what(), "boom");
+      }
+      EXPECT_EQ(p.workersAlive.load(), 0);
+      // The processor is usable again afterwards.
+      p.throwAt = -1;
+      p.intervals.clear();
+      EXPECT_EQ(p.Run(), 0);
+      p.ExpectCleanSchedule(1, 20);
+    }
+  }
+}
+
+TEST(BlockProcessor, Regions_CancellationThroughTheCounter) {
+  for (int threads : {0, 2}) {
+    LineStructure s(30, 0);
+    TestProcessor p(s, 30);
+    Configure(p, threads);
+    CProgressCounter pc;
+    Recorder rec;
+    rec.Attach(pc);
+    rec.stopFrom = 30;
+    p.SetProgressCounter(&pc);
+    p.reportSteps = 4;
+    for (int& c : p.costUs) c = 200;
+    EXPECT_THROW(p.Run(), CUserIntrException);
+    EXPECT_EQ(p.workersAlive.load(), 0);
+    EXPECT_EQ(pc.GetPhaseDepth(), 0);  // every sub-phase closed on the way out
+    if (threads == 0) {
+      EXPECT_EQ(p.processed.load(), 8);
+    }
+  }
+}
+
+TEST(BlockProcessor, Regions_AbortAndUserBreak) {
+  for (int threads : {0, 2}) {
+    for (bool userBreak : {false, true}) {
+      LineStructure s(12, 0);
+      TestProcessor p(s, 12);
+      Configure(p, threads);
+      p.abortAt = 3;
+      p.SetUserBreak(userBreak);
+      try {
+        p.Run();
+        ADD_FAILURE() << "no exception";
+      } catch (const EBlockAlgError& e) {
+        EXPECT_EQ(e.GetErrorCode(), userBreak ? 10 : -1);
+      }
+      EXPECT_TRUE(p.IsAbortRaised());
+      EXPECT_EQ(p.workersAlive.load(), 0);
+    }
+  }
+  // Blocks that would run for seconds are stopped through their counters.
+  LineStructure s(4, 0);
+  TestProcessor p(s, 4);
+  Configure(p, 3);
+  p.longBlocks = true;
+  p.abortAt = 0;
+  p.costUs[0] = 50000;  // let the long blocks 1 and 2 start first
+  CProgressCounter pc;
+  p.SetProgressCounter(&pc);
+  EXPECT_THROW(p.Run(), EBlockAlgError);
+  EXPECT_GE(p.interrupted.load(), 1);
+  EXPECT_EQ(p.workersAlive.load(), 0);
+}
+
+TEST(BlockProcessor, Properties_ProgressIsMonotoneAndComplete) {
+  for (int threads : {0, 3}) {
+    LineStructure s(25, 1);
+    TestProcessor p(s, 25);
+    Configure(p, threads);
+    p.SetNPasses(2);
+    p.reportSteps = 5;
+    for (int& c : p.costUs) c = 100;
+    CProgressCounter pc;
+    Recorder rec;
+    rec.Attach(pc);
+    p.SetProgressCounter(&pc);
+    p.Run();
+    ASSERT_FALSE(rec.seen.empty());
+    EXPECT_EQ(rec.seen.front(), 0);
+    EXPECT_EQ(rec.seen.back(), 100);
+    EXPECT_TRUE(std::is_sorted(rec.seen.begin(), rec.seen.end()));
+    EXPECT_EQ(pc.GetPhaseDepth(), 0);
+  }
+}
+
+// Hundreds of runs with random sizes, costs, rules, thread counts and injected failures:
+// each ends, with a clean schedule or the injected failure, and leaves nothing behind.
+TEST(BlockProcessor, Properties_RepeatedRandomRuns) {
+  qvtest::TestRng rng(99173);
+  SCOPED_TRACE(rng.Trace());
+  for (int run = 0; run < 200; ++run) {
+    const int n = rng.Int(0, 24);
+    LineStructure s(n, rng.Int(0, 3));
+    TestProcessor p(s, n);
+    for (int& c : p.costUs) c = rng.Int(0, 40);
+    Configure(p, rng.Int(0, 3));
+    const int passes = rng.Int(1, 3);
+    p.SetNPasses(passes);
+    const bool immediate = rng.Int(0, 1) == 1;
+    p.SetImmediateBlockModify(immediate);
+    p.SetExtractBlock(immediate && rng.Int(0, 1) == 1);
+    p.needUnshared = rng.Int(0, 3) == 0;
+    CProgressCounter pc;
+    if (rng.Int(0, 1)) p.SetProgressCounter(&pc);
+    p.reportSteps = rng.Int(0, 3);
+    const int fault = n > 0 ? rng.Int(0, 9) : 9;
+    const int at = n > 0 ? rng.Int(0, n - 1) : 0;
+    if (fault == 0) p.throwAt = at;
+    if (fault == 1) p.resultCode[at] = 3;
+    if (fault == 2) p.abortAt = at;
+    std::string outcome = "ok";
+    try {
+      p.Run();
+    } catch (const std::runtime_error&) {
+      outcome = "throw";
+    } catch (const EBlockAlgError& e) {
+      outcome = e.GetErrorCode() == 3 ? "code" : "abort";
+    }
+    const std::string expected[] = {"throw", "code", "abort"};
+    EXPECT_EQ(outcome, fault < 3 ? expected[fault] : "ok") << "run " << run;
+    if (fault >= 3) p.ExpectCleanSchedule(passes, n);
+    EXPECT_EQ(p.overlaps, 0);
+    EXPECT_EQ(p.workersAlive.load(), 0);
+    EXPECT_EQ(p.fragmentsAlive.load(), 0);
+    EXPECT_EQ(p.sectionViolations.load(), 0);
+    EXPECT_EQ(pc.GetPhaseDepth(), 0);
+    if (HasFailure()) break;
+  }
+}

@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: MIT
+#include <qvmath/infra/block_processor.h>
+#include <qvmath/infra/block_worker.h>
+#include <qvmath/infra/progress_counter.h>
+
+#include <memory>
+#include <thread>
+
+#include "block_test_host.h"
+#include "test_util.h"
+
+using namespace BlockProc;
+using qvtest::LineStructure;
+
+namespace {
+
+struct CountingWorker : CBlockWorker {
+  CountingWorker(CBlockProcessor* m, bool own) : CBlockWorker(m, own) {}
+  int ProcessFragment(IKorvaFragmentDescriptor_Old&, IKorvaFragment_Old*) override {
+    ++processed;
+    return 0;
+  }
+  void FinishBlock(IKorvaFragmentDescriptor_Old&, IKorvaFragment_Old*) override {}
+  int processed = 0;
+};
+
+struct Manager : CBlockProcessor {
+  CBlockWorker* CreateWorker(bool threaded) override { return new CountingWorker(this, threaded); }
+};
+
+// Whether another thread could take `section` right now.
+bool FreeForOtherThreads(CKorvaCritSection* section) {
+  bool taken = false;
+  std::thread other([&] {
+    taken = section->TryLock();
+    if (taken) section->Unlock();
+  });
+  other.join();
+  return taken;
+}
+
+}  // namespace
+
+TEST(BlockWorker, Degenerate_NullManager) {
+  CountingWorker own(nullptr, true);
+  EXPECT_NE(own.GetProgressCounter(), nullptr);
+  EXPECT_TRUE(own.OwnsProgressCounter());
+  EXPECT_EQ(own.GetManager(), nullptr);
+  EXPECT_EQ(own.GetReadBlockSect(), nullptr);
+  EXPECT_EQ(own.GetIdleWorkerEvent(), nullptr);
+  EXPECT_EQ(own.GetWorkerWakeUpEvent(), nullptr);
+  EXPECT_EQ(own.GetWorkerAbortEvent(), nullptr);
+  own.Work();  // nothing to do without a manager
+  own.ReturnBlockToManager(Block_iter());
+  qvtest::LineBlock block(0);
+  EXPECT_TRUE(own.BlockInit(block, nullptr));
+  EXPECT_TRUE(own.BlockInitUnshared(block, nullptr));
+  CountingWorker shared(nullptr, false);
+  EXPECT_EQ(shared.GetProgressCounter(), nullptr);
+}
+
+TEST(BlockWorker, Regions_CountersEventsAndSections) {
+  Manager m;
+  CProgressCounter pc;
+  m.SetProgressCounter(&pc);
+  CountingWorker shared(&m, false);
+  EXPECT_EQ(shared.GetProgressCounter(), &pc);
+  EXPECT_FALSE(shared.OwnsProgressCounter());
+  CountingWorker own(&m, true);
+  EXPECT_NE(own.GetProgressCounter(), &pc);
+  ASSERT_NE(own.GetWorkerAbortEvent(), nullptr);
+  ASSERT_NE(own.GetReadBlockSect(), nullptr);
+  EXPECT_NE(own.GetReadBlockSect(), shared.GetReadBlockSect());
+
+  // All sections are the block lock and every worker's read section.
+  auto extra = std::make_unique<CountingWorker>(&m, false);
+  m.LockAllSections();
+  EXPECT_FALSE(FreeForOtherThreads(m.GetBlockCritSect()));
+  EXPECT_FALSE(FreeForOtherThreads(own.GetReadBlockSect()));
+  EXPECT_FALSE(FreeForOtherThreads(extra->GetReadBlockSect()));
+  m.UnlockAllSections();
+  EXPECT_TRUE(FreeForOtherThreads(own.GetReadBlockSect()));
+  EXPECT_TRUE(FreeForOtherThreads(m.GetBlockCritSect()));
+  extra.reset();  // gives its section back: locking all must not touch it any more
+  m.LockAllSections();
+  EXPECT_FALSE(FreeForOtherThreads(shared.GetReadBlockSect()));
+  m.UnlockAllSections();
+}
+
+TEST(BlockWorker, Regions_WorkTakesEveryBlockThenReturns) {
+  LineStructure s(5, 0);
+  Manager m;
+  m.SetBlockStructure(&s);
+  m.OnBlockStructureInit();
+  CountingWorker w(&m, true);
+  w.GetWorkerAbortEvent()->Set();
+  w.Work();  // aborted before the first block
+  EXPECT_EQ(w.processed, 0);
+  w.Work();
+  EXPECT_EQ(w.processed, 5);
+  EXPECT_EQ(m.GetFinishedBlockCount(), 5);
+  EXPECT_TRUE(m.GetOneBlockFinishedEvent()->Wait(0));
+  EXPECT_FALSE(m.HasPotentialJob());
+}
+
+TEST(BlockWorker, Regions_IdleWorkerWaitsForWakeUpOrAbort) {
+  LineStructure s(4, 10);  // no two blocks together
+  Manager m;
+  m.SetBlockStructure(&s);
+  m.OnBlockStructureInit();
+  const Block_iter first = m.LockNextBlock(nullptr);  // held by "another worker"
+  CountingWorker w(&m, true);
+  std::thread t([&] { w.Work(); });
+  ASSERT_TRUE(w.GetIdleWorkerEvent()->Wait(10000));  // nothing ready: it went idle
+  EXPECT_EQ(w.processed, 0);
+  {
+    CKorvaCritSectionGuard guard(m.GetBlockCritSect());
+    m.UnLockBlock(first, nullptr);
+  }
+  w.GetWorkerWakeUpEvent()->Set();
+  t.join();
+  EXPECT_EQ(w.processed, 3);
+
+  // Idle again, then aborted.
+  m.OnBlockStructureInit();
+  const Block_iter again = m.LockNextBlock(nullptr);
+  CountingWorker v(&m, true);
+  std::thread u([&] { v.Work(); });
+  ASSERT_TRUE(v.GetIdleWorkerEvent()->Wait(10000));
+  v.GetWorkerAbortEvent()->Set();
+  u.join();
+  EXPECT_EQ(v.processed, 0);
+  m.UnLockBlock(again, nullptr);
+}

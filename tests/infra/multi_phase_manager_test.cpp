@@ -1,0 +1,182 @@
+// SPDX-License-Identifier: MIT
+#include <qvmath/infra/multi_phase_manager.h>
+#include <qvmath/infra/progress_counter.h>
+#include <qvmath/platform/korva_exception.h>
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "progress_recorder.h"
+#include "test_util.h"
+
+using KvPCnt::CMultiPhaseManager;
+using KvPCnt::CMultiPhaseManagerSingleSubPhase;
+
+using Recorder = qvtest::ProgressRecorder;
+
+using MultiPhaseManagerTest = qvtest::RecordedCounterTest;
+TEST_F(MultiPhaseManagerTest, Regions_WeightsSplitTheRange) {
+  CMultiPhaseManager mgr(&pc);
+  mgr.RegisterPhase("load", 1.0);
+  mgr.RegisterPhase("skip", 0.0);
+  mgr.RegisterPhase("fit", 3.0);
+  EXPECT_EQ(mgr.GetRegisteredPhaseNumber(), 3);
+
+  mgr.StartPhase("load");  // [0, 0.25] of [0, 100]
+  EXPECT_EQ(pc.GetStart(), 0.0);
+  EXPECT_EQ(pc.GetStep(), 25.0);
+  pc.SetPosFloat(0.5);
+  mgr.FinishPhase("load");
+
+  mgr.StartPhase("skip");  // no share: no sub-phase
+  EXPECT_EQ(pc.GetPhaseDepth(), 0);
+  mgr.FinishPhase("skip");  // nothing running: nothing
+  EXPECT_EQ(pc.GetPhaseDepth(), 0);
+
+  mgr.StartPhase("fit");  // [0.25, 1.0]
+  EXPECT_EQ(pc.GetStart(), 25.0);
+  EXPECT_EQ(pc.GetStep(), 75.0);
+  pc.SetPosFloat(0.5);  // 25 + 37.5 = 62.5 -> 63
+  mgr.FinishLastPhase();
+  EXPECT_EQ(rec.seen, (std::vector<int>{0, 13, 25, 63, 100}));
+  EXPECT_EQ(pc.GetPhaseDepth(), 0);
+}
+
+TEST(MultiPhaseManager, Properties_RandomWeightsTileTheCounterRange) {
+  qvtest::TestRng rng(7031);
+  SCOPED_TRACE(rng.Trace());
+  for (int trial = 0; trial < 100; ++trial) {
+    CProgressCounter pc;
+    pc.StartNewSubPhase(10, 80, true);  // the manager divides the current phase [10, 90]
+    CMultiPhaseManager mgr(&pc);
+    const int n = rng.Int(1, 12);
+    std::vector<double> w(static_cast<size_t>(n));
+    double total = 0.0;
+    for (int i = 0; i < n; ++i) {
+      w[size_t(i)] = rng.Int(0, 3) == 0 ? rng.Uniform(-1.0, 0.0) : rng.Uniform(0.01, 5.0);
+      if (w[size_t(i)] > 0.0) total += w[size_t(i)];
+      mgr.RegisterPhase("p" + std::to_string(i), w[size_t(i)]);
+    }
+    double expectedStart = 10.0;
+    for (int i = 0; i < n; ++i) {
+      mgr.StartPhase("p" + std::to_string(i));
+      if (w[size_t(i)] <= 0.0) {
+        EXPECT_EQ(pc.GetPhaseDepth(), 1);
+        continue;
+      }
+      ASSERT_EQ(pc.GetPhaseDepth(), 2);
+      // Phases follow each other without gaps, each in proportion to its weight.
+      EXPECT_NEAR(pc.GetStart(), expectedStart, 1e-9);
+      EXPECT_NEAR(pc.GetStep(), 80.0 * w[size_t(i)] / total, 1e-9);
+      expectedStart = pc.GetStart() + pc.GetStep();
+      mgr.FinishPhase("any name");
+    }
+    if (total > 0.0) {
+      EXPECT_NEAR(expectedStart, 90.0, 1e-9);
+    }
+    EXPECT_EQ(pc.GetPhaseDepth(), 1);
+  }
+}
+
+TEST_F(MultiPhaseManagerTest, Regions_NamesAndSwitching) {
+  CMultiPhaseManager mgr(&pc);
+  mgr.RegisterPhase("a", 1.0);
+  mgr.RegisterPhase("b", 1.0);
+  mgr.StartPhase("unknown");
+  EXPECT_EQ(pc.GetPhaseDepth(), 0);
+  mgr.FinishPhase("unknown");
+  EXPECT_TRUE(rec.seen.empty());
+
+  mgr.StartPhase("a");
+  pc.SetPosFloat(0.2);  // 10
+  mgr.StartPhase("b");  // closes "a" silently (no 50), opens [50, 100]
+  EXPECT_EQ(pc.GetPhaseDepth(), 1);
+  mgr.FinishPhase("a");  // the name is not looked at: finishes "b"
+  EXPECT_EQ(rec.seen, (std::vector<int>{0, 10, 50, 100}));
+  EXPECT_EQ(pc.GetPhaseDepth(), 0);
+
+  // A re-registered name refers to the new phase; the old one keeps its share.
+  mgr.RegisterPhase("a", 2.0);
+  EXPECT_EQ(mgr.GetRegisteredPhaseNumber(), 3);
+  mgr.StartPhase("a");
+  EXPECT_EQ(pc.GetStart(), 50.0);
+  EXPECT_EQ(pc.GetStep(), 50.0);
+}
+
+TEST(MultiPhaseManager, Degenerate_NullCounterAndNoPositiveWeight) {
+  CMultiPhaseManager none(nullptr);
+  none.RegisterPhase("a", 1.0);
+  none.StartPhase("a");
+  none.FinishPhase("a");
+  none.FinishLastPhase();
+
+  CProgressCounter pc;
+  CMultiPhaseManager zero(&pc);
+  zero.RegisterPhase("a", 0.0);
+  zero.RegisterPhase("b", -2.0);
+  zero.StartPhase("a");
+  zero.StartPhase("b");
+  EXPECT_EQ(pc.GetPhaseDepth(), 0);
+}
+
+TEST_F(MultiPhaseManagerTest, Regions_DestructorClosesRunningPhaseWithoutReport) {
+  {
+    CMultiPhaseManager mgr(&pc);
+    mgr.RegisterPhase("a", 1.0);
+    mgr.RegisterPhase("b", 1.0);
+    mgr.StartPhase("b");
+  }
+  EXPECT_EQ(pc.GetPhaseDepth(), 0);
+  EXPECT_EQ(rec.seen, (std::vector<int>{50}));
+}
+
+TEST_F(MultiPhaseManagerTest, Regions_CancellationLeavesNoPhaseBehind) {
+  CMultiPhaseManager mgr(&pc);
+  mgr.RegisterPhase("a", 1.0);
+  mgr.RegisterPhase("b", 1.0);
+  rec.stopAt = 50;
+  mgr.StartPhase("a");
+  EXPECT_THROW(mgr.FinishPhase("a"), CUserIntrException);  // the end 50 cancels
+  EXPECT_EQ(pc.GetPhaseDepth(), 0);
+  mgr.FinishLastPhase();  // nothing left to finish
+  pc.ClearStopFlag();
+  pc.SetPos(0);
+  EXPECT_THROW(mgr.StartPhase("b"), CUserIntrException);
+  EXPECT_EQ(pc.GetPhaseDepth(), 0);
+}
+
+TEST_F(MultiPhaseManagerTest, Regions_SingleSubPhaseReleasesOnceAndOnScopeExit) {
+  CMultiPhaseManager mgr(&pc);
+  mgr.RegisterPhase("a", 1.0);
+  mgr.RegisterPhase("b", 3.0);
+  {
+    CMultiPhaseManagerSingleSubPhase scope(&mgr, "a");
+    EXPECT_EQ(pc.GetPhaseDepth(), 1);
+    scope.release();
+    scope.release();
+    EXPECT_EQ(pc.GetPhaseDepth(), 0);
+  }
+  { CMultiPhaseManagerSingleSubPhase scope(&mgr, "b"); }  // destructor finishes with report
+  EXPECT_EQ(rec.seen, (std::vector<int>{0, 25, 100}));
+
+  // Leaving by an exception closes the phase without reporting its end.
+  pc.SetPos(0);
+  rec.seen.clear();
+  try {
+    CMultiPhaseManagerSingleSubPhase scope(&mgr, "b");
+    pc.SetPosFloat(0.5);
+    throw std::runtime_error("failed");
+  } catch (const std::runtime_error&) {
+  }
+  EXPECT_EQ(rec.seen, (std::vector<int>{25, 63}));
+  EXPECT_EQ(pc.GetPhaseDepth(), 0);
+
+  // A cancellation by the destructor's final report is not thrown from the destructor.
+  rec.stopAt = 100;
+  EXPECT_NO_THROW({ CMultiPhaseManagerSingleSubPhase scope(&mgr, "b"); });
+  EXPECT_EQ(pc.GetPhaseDepth(), 0);
+  EXPECT_EQ(rec.seen.back(), 100);
+  CMultiPhaseManagerSingleSubPhase inert(nullptr, "a");
+  inert.release();
+}

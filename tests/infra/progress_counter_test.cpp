@@ -1,0 +1,432 @@
+// SPDX-License-Identifier: MIT
+#include <qvmath/infra/progress_counter.h>
+#include <qvmath/platform/korva_exception.h>
+
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <limits>
+#include <thread>
+#include <vector>
+
+#include "progress_recorder.h"
+#include "test_util.h"
+
+using Recorder = qvtest::ProgressRecorder;
+
+using ProgressCounterTest = qvtest::RecordedCounterTest;
+
+TEST_F(ProgressCounterTest, Regions_FirstReportRepeatsAndClamping) {
+  EXPECT_EQ(pc.GetPos(), -1);
+  pc.SetPos(0);  // pos starts at -1, so 0 is a change
+  pc.SetPos(0);
+  pc.SetPos(150);
+  pc.SetPos(100);
+  pc.SetPos(-3);
+  EXPECT_EQ(rec.seen, (std::vector<int>{0, 100, 0}));
+}
+
+TEST_F(ProgressCounterTest, Regions_NestedSubPhasesReportAsDocumented) {
+  pc.StartNewSubPhase(20, 50, true);         // [20, 70], reports 20
+  pc.StartNewSubPhaseFloat(0.5, 0.5, true);  // [45, 70], reports 45
+  pc.SetPosFloat(0.5);                       // 45 + 25 * 0.5 = 57.5 -> 58 (ties up)
+  pc.FinishSubPhase();                       // reports 70, restores [20, 70]
+  EXPECT_EQ(rec.seen, (std::vector<int>{20, 45, 58, 70}));
+  EXPECT_EQ(pc.GetStart(), 20.0);
+  EXPECT_EQ(pc.GetStep(), 50.0);
+  EXPECT_EQ(pc.GetPhaseDepth(), 1);
+  pc.FinishSubPhase();  // end 70 again: no report
+  EXPECT_EQ(rec.seen.size(), 4u);
+  EXPECT_EQ(pc.GetStart(), 0.0);
+  EXPECT_EQ(pc.GetStep(), 100.0);
+  pc.FinishSubPhase();  // nothing open: nothing happens
+  EXPECT_EQ(pc.GetPhaseDepth(), 0);
+}
+
+TEST_F(ProgressCounterTest, Regions_FinishingOuterReportsInnermostEndAndRestoresParent) {
+  CPrgCntSubPhase a(&pc, 20, 50, CPrgCntSubPhase::PhaseInt, true);  // [20, 70]
+  pc.StartNewSubPhaseFloat(0.0, 0.5, true);                         // [20, 45]
+  pc.StartNewSubPhaseFloat(0.0, 0.5, true);                         // [20, 32.5]
+  ASSERT_EQ(pc.GetPhaseDepth(), 3);
+  a.Finish();
+  // The end is taken from the phase in force (the innermost), not from the finished one.
+  EXPECT_EQ(rec.seen, (std::vector<int>{20, 33}));
+  EXPECT_EQ(pc.GetPhaseDepth(), 0);
+  EXPECT_EQ(pc.GetStart(), 0.0);
+  EXPECT_EQ(pc.GetStep(), 100.0);
+}
+
+// Random nests of sub-phases against the exact composition of the phase intervals.
+TEST(ProgressCounter, Properties_RandomNestingMatchesExactComposition) {
+  qvtest::TestRng rng(20240907);
+  SCOPED_TRACE(rng.Trace());
+  struct Frame {
+    long double start, step;
+    bool visible;
+  };
+  for (int trial = 0; trial < 200; ++trial) {
+    CProgressCounter pc;
+    Recorder rec;
+    rec.Attach(pc);
+    std::vector<Frame> model{{0.0L, 100.0L, true}};
+    for (int op = 0; op < 60; ++op) {
+      const Frame& top = model.back();
+      const int kind = rng.Int(0, 9);
+      if (kind < 3 && model.size() < 7) {
+        const double a = rng.Uniform(0.0, 1.0);
+        const double b = rng.Uniform(0.0, 1.0 - a);
+        const bool visible = rng.Int(0, 7) != 0;
+        const int before = pc.GetPos();
+        pc.StartNewSubPhaseFloat(a, b, visible);
+        model.push_back({top.start + top.step * a, top.step * b, top.visible && visible});
+        if (model.back().visible)
+          EXPECT_NEAR(double(pc.GetPos()), double(model.back().start), 0.5 + 1e-9);
+        else
+          EXPECT_EQ(pc.GetPos(), before);
+      } else if (kind < 5 && model.size() > 1) {
+        const int before = pc.GetPos();
+        const long double end = top.start + top.step;
+        pc.FinishSubPhase();
+        model.pop_back();
+        if (model.back().visible)
+          EXPECT_NEAR(double(pc.GetPos()), double(end), 0.5 + 1e-9);
+        else
+          EXPECT_EQ(pc.GetPos(), before);
+      } else {
+        const double f = rng.Uniform(-0.2, 1.2);
+        const int before = pc.GetPos();
+        pc.SetPosFloat(f);
+        if (top.visible) {
+          // Within rounding of the exact position, clamped to the phase.
+          long double x = top.start + top.step * f;
+          x = std::min(std::max(x, top.start), top.start + top.step);
+          EXPECT_NEAR(double(pc.GetPos()), double(x), 0.5 + 1e-9);
+        } else {
+          EXPECT_EQ(pc.GetPos(), before);
+        }
+      }
+      ASSERT_EQ(pc.GetPhaseDepth(), int(model.size()) - 1);
+      EXPECT_EQ(pc.IsHidden(), !model.back().visible);
+      EXPECT_NEAR(pc.GetStart(), double(model.back().start), 1e-12);
+      EXPECT_NEAR(pc.GetStep(), double(model.back().step), 1e-12);
+    }
+    // Closing everything restores the top-level phase exactly.
+    pc.FinishSubPhaseAndAllSlaveSubphases(1, false);
+    EXPECT_EQ(pc.GetStart(), 0.0);
+    EXPECT_EQ(pc.GetStep(), 100.0);
+    EXPECT_FALSE(pc.IsHidden());
+    // The callback saw only changes, each within the scale.
+    for (size_t i = 0; i < rec.seen.size(); ++i) {
+      EXPECT_GE(rec.seen[i], 0);
+      EXPECT_LE(rec.seen[i], 100);
+      if (i > 0) {
+        EXPECT_NE(rec.seen[i], rec.seen[i - 1]);
+      }
+    }
+  }
+}
+
+TEST_F(ProgressCounterTest, Degenerate_HiddenCounterIgnoresPositionsAndIntegerSubPhases) {
+  pc.Hide();
+  pc.SetPos(10);
+  pc.SetPosFloat(0.5);
+  pc.SetStart(30.0);
+  pc.SetStep(20);
+  EXPECT_TRUE(rec.seen.empty());
+  EXPECT_EQ(pc.GetStart(), 0.0);
+  EXPECT_EQ(pc.GetStep(), 100.0);
+  {
+    CPrgCntSubPhase inert(&pc, 20, 50, CPrgCntSubPhase::PhaseInt, true);
+    EXPECT_EQ(pc.GetPhaseDepth(), 0);
+    CPrgCntSubPhase alsoInert(&pc, 1, 1, CPrgCntSubPhase::PhaseFloat, true);
+    EXPECT_EQ(pc.GetPhaseDepth(), 0);
+  }
+  {
+    // The double form opens anyway, as percentages truncated to integers.
+    CPrgCntSubPhase opened(&pc, 20.9, 50.7, CPrgCntSubPhase::PhaseFloat, true);
+    EXPECT_EQ(pc.GetPhaseDepth(), 1);
+    EXPECT_DOUBLE_EQ(pc.GetStart(), 20.0);
+    EXPECT_DOUBLE_EQ(pc.GetStep(), 50.0);
+    EXPECT_TRUE(pc.IsHidden());
+  }
+  EXPECT_EQ(pc.GetPhaseDepth(), 0);
+  EXPECT_TRUE(rec.seen.empty());
+  pc.Restore();
+  pc.SetPos(10);
+  EXPECT_EQ(rec.seen, (std::vector<int>{10}));
+}
+
+TEST(ProgressCounter, Regions_DoubleFormKinds) {
+  CProgressCounter pc;
+  {
+    CPrgCntSubPhase asInt(&pc, 20.9, 50.2, CPrgCntSubPhase::PhaseInt, true);
+    EXPECT_DOUBLE_EQ(pc.GetStart(), 20.0);
+    EXPECT_DOUBLE_EQ(pc.GetStep(), 50.0);
+  }
+  {
+    CPrgCntSubPhase asFloat(&pc, 0.25, 0.5, CPrgCntSubPhase::PhaseFloat, true);
+    EXPECT_DOUBLE_EQ(pc.GetStart(), 25.0);
+    EXPECT_DOUBLE_EQ(pc.GetStep(), 50.0);
+    // Integer form with a non-zero kind: the integers are fractions as they are.
+    CPrgCntSubPhase whole(&pc, 0, 1, CPrgCntSubPhase::PhaseFloat, true);
+    EXPECT_DOUBLE_EQ(pc.GetStart(), 25.0);
+    EXPECT_DOUBLE_EQ(pc.GetStep(), 50.0);
+    EXPECT_EQ(pc.GetPhaseDepth(), 2);
+  }
+  EXPECT_EQ(pc.GetPhaseDepth(), 0);
+  CPrgCntSubPhase nullCounter(nullptr, 0.0, 1.0, CPrgCntSubPhase::PhaseFloat, true);
+  nullCounter.Finish();  // inert: nothing to do
+}
+
+TEST_F(ProgressCounterTest, Properties_InvisibleSubPhaseHidesEverythingInside) {
+  pc.StartNewSubPhase(0, 40, false);
+  EXPECT_TRUE(pc.IsHidden());
+  pc.StartNewSubPhase(50, 50, true);  // visible request inside an invisible one
+  EXPECT_TRUE(pc.IsHidden());
+  pc.SetPosFloat(0.7);
+  pc.FinishSubPhase();
+  EXPECT_TRUE(pc.IsHidden());
+  EXPECT_TRUE(rec.seen.empty());
+  pc.FinishSubPhase();  // visible again: the end 40 is reported
+  EXPECT_FALSE(pc.IsHidden());
+  EXPECT_EQ(rec.seen, (std::vector<int>{40}));
+}
+
+TEST(ProgressCounter, Degenerate_StartAndStepClamps) {
+  CProgressCounter pc;
+  pc.SetStep(0);
+  EXPECT_EQ(pc.GetStep(), 1.0);
+  pc.SetStep(-5.0);
+  EXPECT_EQ(pc.GetStep(), 1.0);
+  pc.SetStep(250.0);
+  EXPECT_EQ(pc.GetStep(), 100.0);
+  pc.SetStep(std::numeric_limits<double>::quiet_NaN());
+  EXPECT_EQ(pc.GetStep(), 1.0);
+  pc.SetStart(120);
+  EXPECT_EQ(pc.GetStart(), 99.0);
+  pc.SetStart(-1.0);
+  EXPECT_EQ(pc.GetStart(), 0.0);
+  pc.SetStart(std::numeric_limits<double>::quiet_NaN());
+  EXPECT_EQ(pc.GetStart(), 0.0);
+  pc.SetStart(12.5);
+  pc.SetStep(10);
+  Recorder rec;
+  rec.Attach(pc);
+  pc.SetPosFloat(0.5);  // 17.5 -> 18
+  EXPECT_EQ(rec.seen, (std::vector<int>{18}));
+}
+
+TEST_F(ProgressCounterTest, Degenerate_NonFiniteAndHugeFractions) {
+  pc.SetPosFloat(std::numeric_limits<double>::quiet_NaN());
+  EXPECT_TRUE(rec.seen.empty());
+  pc.SetPosFloat(1e300);
+  pc.SetPosFloat(-std::numeric_limits<double>::infinity());
+  pc.StartNewSubPhaseFloat(1e300, 1e300, true);  // far beyond the scale: held at 100
+  pc.SetPosFloat(0.5);
+  pc.FinishSubPhase();
+  EXPECT_EQ(rec.seen, (std::vector<int>{100, 0, 100}));
+}
+
+TEST(ProgressCounter, Regions_CancellationThrowsOnceThenSilence) {
+  CProgressCounter pc;
+  Recorder rec;
+  rec.stopAt = 30;
+  rec.Attach(pc);
+  pc.SetPos(10);
+  EXPECT_THROW(pc.SetPos(30), CUserIntrException);
+  EXPECT_NO_THROW(pc.SetPos(40));
+  EXPECT_NO_THROW(pc.SetPosFloat(0.9));
+  EXPECT_EQ(rec.seen, (std::vector<int>{10, 30}));
+  // The lock was released before the throw: another thread can take it.
+  std::atomic<bool> done{false};
+  std::thread other([&] {
+    pc.SetCallback(&Recorder::Callback);
+    done = true;
+  });
+  other.join();
+  EXPECT_TRUE(done);
+  pc.ClearStopFlag();
+  pc.SetPos(50);
+  EXPECT_EQ(rec.seen, (std::vector<int>{10, 30, 50}));
+  // ResetCounters also clears the stop flag.
+  rec.stopAt = 60;
+  EXPECT_THROW(pc.SetPos(60), CUserIntrException);
+  pc.ResetCounters();
+  pc.SetPos(61);
+  EXPECT_EQ(rec.seen.back(), 61);
+}
+
+TEST_F(ProgressCounterTest, Regions_ScopeObjectsCloseDuringExceptions) {
+  try {
+    CPrgCntSubPhase outer(&pc, 20, 50, CPrgCntSubPhase::PhaseInt, true);
+    CPrgCntSubPhase inner(&pc, 0.5, 0.5, CPrgCntSubPhase::PhaseFloat, true);
+    CPrgCntIntegerScope items(&pc, 4);
+    items.increment();
+    throw std::runtime_error("work failed");
+  } catch (const std::runtime_error&) {
+  }
+  // Closed without reporting the ends.
+  EXPECT_EQ(rec.seen, (std::vector<int>{20, 45, 51}));
+  EXPECT_EQ(pc.GetPhaseDepth(), 0);
+  EXPECT_EQ(pc.GetStart(), 0.0);
+  EXPECT_EQ(pc.GetStep(), 100.0);
+
+  // A cancelled opening report closes the half-opened sub-phase again.
+  rec.stopAt = 70;
+  pc.SetStart(10.0);
+  EXPECT_THROW(CPrgCntSubPhase(&pc, 60, 10, CPrgCntSubPhase::PhaseInt, true), CUserIntrException);
+  EXPECT_EQ(pc.GetPhaseDepth(), 0);
+  EXPECT_EQ(pc.GetStart(), 10.0);
+}
+
+TEST_F(ProgressCounterTest, Regions_StaleSubPhaseObjectsDoNothing) {
+  CPrgCntSubPhase outer(&pc, 0, 50, CPrgCntSubPhase::PhaseInt, true);
+  auto inner = std::make_unique<CPrgCntSubPhase>(&pc, 0.5, 0.5, CPrgCntSubPhase::PhaseFloat, true);
+  outer.Finish();  // discards inner too
+  EXPECT_EQ(pc.GetPhaseDepth(), 0);
+  inner.reset();  // depth 2 > 0 open: nothing
+  EXPECT_EQ(pc.GetPhaseDepth(), 0);
+  EXPECT_EQ(pc.GetStart(), 0.0);
+  outer.Finish();  // already finished: nothing
+  EXPECT_EQ(rec.seen, (std::vector<int>{0, 25, 50}));
+  // A copy finishing the same sub-phase after the original finds it finished.
+  CPrgCntSubPhase first(&pc, 10, 10, CPrgCntSubPhase::PhaseInt, true);
+  CPrgCntSubPhase copy(first);
+  first.Finish();
+  copy.Finish();
+  EXPECT_EQ(pc.GetPhaseDepth(), 0);
+}
+
+TEST_F(ProgressCounterTest, Regions_IntegerScope) {
+  CPrgCntSubPhase phase(&pc, 20, 50, CPrgCntSubPhase::PhaseInt, true);
+  CPrgCntIntegerScope items(&pc, 4);
+  for (int i = 0; i < 6; ++i) items.increment();  // capped at the total
+  EXPECT_EQ(items.GetCurrent(), 4);
+  EXPECT_EQ(rec.seen, (std::vector<int>{20, 33, 45, 58, 70}));  // 32.5 and 57.5 round up
+
+  rec.seen.clear();
+  items.refresh(0);  // no report of its own
+  EXPECT_TRUE(rec.seen.empty());
+  pc.SetPos(30);
+  items.increment();  // total 0: each increment reports the end of the phase
+  EXPECT_EQ(rec.seen, (std::vector<int>{30, 70}));
+
+  items.refresh(nullptr, -5);
+  EXPECT_EQ(items.GetTotal(), 0);
+  items.increment();  // no counter: nothing
+  CPrgCntIntegerScope none;
+  none.increment();
+  EXPECT_EQ(none.GetCurrent(), 0);
+}
+
+TEST_F(ProgressCounterTest, Properties_CopiesAreIndependent) {
+  pc.StartNewSubPhase(20, 50, false);
+  CProgressCounter copy(pc);
+  EXPECT_EQ(copy.GetPhaseDepth(), 1);
+  EXPECT_EQ(copy.GetStart(), 20.0);
+  EXPECT_EQ(copy.GetContext(), &rec);
+  EXPECT_TRUE(copy.IsHidden());
+  copy.FinishSubPhase();  // restores visibility and reports through the same callback
+  EXPECT_EQ(rec.seen, (std::vector<int>{70}));
+  EXPECT_EQ(pc.GetPhaseDepth(), 1);
+  EXPECT_TRUE(pc.IsHidden());
+  CProgressCounter assigned;
+  assigned = copy;
+  EXPECT_EQ(assigned.GetPos(), 70);
+  assigned = assigned;
+  EXPECT_EQ(assigned.GetPhaseDepth(), 0);
+}
+
+namespace {
+int gHitsA = 0, gHitsB = 0;
+int GlobalA(int, void*) { return ++gHitsA, 0; }
+int GlobalB(int, void*) { return ++gHitsB, 0; }
+}  // namespace
+
+TEST(ProgressCounter, Regions_GlobalCallbackReachesNewCounters) {
+  auto* const saved = CProgressCounter::GetGlobalCallback();
+  CProgressCounter::SetGlobalCallback(&GlobalA);
+  CProgressCounter a;
+  CProgressCounter::SetGlobalCallback(&GlobalB);
+  CProgressCounter b;
+  EXPECT_EQ(CProgressCounter::GetGlobalCallback(), &GlobalB);
+  a.SetPos(1);
+  b.SetPos(1);
+  EXPECT_EQ(gHitsA, 1);
+  EXPECT_EQ(gHitsB, 1);
+  a.ResetCallback();  // now the current global one
+  a.SetPos(2);
+  EXPECT_EQ(gHitsB, 2);
+  b.SetCallback(nullptr);
+  b.SetPos(2);
+  EXPECT_EQ(gHitsB, 2);
+  CProgressCounter::SetGlobalCallback(saved);
+}
+
+TEST(ProgressCounter, Regions_StopEventIsConsumedOnce) {
+  ASSERT_EQ(CProgressCounter::m_hStopEvent, nullptr);
+  CProgressCounter::SignalStopEvent();  // no event: nothing
+  EXPECT_FALSE(CProgressCounter::IsStopping());
+  EXPECT_FALSE(CProgressCounter::CheckStopEvent());
+
+  ASSERT_TRUE(CProgressCounter::CreateStopEvent());
+  EXPECT_FALSE(CProgressCounter::CheckStopEvent());
+  CProgressCounter::SignalStopEvent();
+  EXPECT_TRUE(CProgressCounter::IsStopping());
+  EXPECT_TRUE(CProgressCounter::CheckStopEvent());
+  EXPECT_FALSE(CProgressCounter::IsStopping());
+  EXPECT_FALSE(CProgressCounter::CheckStopEvent());
+
+  CProgressCounter::SignalStopEvent();
+  CProgressCounter::ResetStopEvent();
+  EXPECT_FALSE(CProgressCounter::IsStopping());
+  EXPECT_FALSE(CProgressCounter::CheckStopEvent());
+
+  // Signalled from another thread, seen by a host callback polling the event.
+  CProgressCounter pc;
+  auto poll = [](int, void*) { return CProgressCounter::CheckStopEvent() ? 1 : 0; };
+  pc.SetCallback(poll);
+  std::thread signaller([] { CProgressCounter::SignalStopEvent(); });
+  signaller.join();
+  bool cancelled = false;
+  for (int i = 0; i <= 100 && !cancelled; ++i) {
+    try {
+      pc.SetPos(i);
+    } catch (const CUserIntrException&) {
+      cancelled = true;
+    }
+  }
+  EXPECT_TRUE(cancelled);
+  EXPECT_FALSE(CProgressCounter::IsStopping());
+
+  CProgressCounter::CloseStopEvent();
+  EXPECT_EQ(CProgressCounter::m_hStopEvent, nullptr);
+  CProgressCounter::CloseStopEvent();  // twice is harmless
+}
+
+TEST(ProgressCounter, Properties_SharedCounterSerialisesItsCallback) {
+  CProgressCounter pc;
+  struct Probe {
+    std::atomic<int> inside{0};
+    std::atomic<int> overlaps{0};
+    std::atomic<int> calls{0};
+  } probe;
+  pc.SetContext(&probe);
+  pc.SetCallback([](int, void* c) {
+    Probe* p = static_cast<Probe*>(c);
+    if (p->inside.fetch_add(1) != 0) p->overlaps.fetch_add(1);
+    p->calls.fetch_add(1);
+    std::this_thread::yield();
+    p->inside.fetch_sub(1);
+    return 0;
+  });
+  auto hammer = [&pc](unsigned seed) {
+    qvtest::TestRng rng(seed);
+    for (int i = 0; i < 20000; ++i) pc.SetPosFloat(rng.Uniform(0.0, 1.0));
+  };
+  std::thread t1(hammer, 1u), t2(hammer, 2u);
+  t1.join();
+  t2.join();
+  EXPECT_EQ(probe.overlaps.load(), 0);
+  EXPECT_GT(probe.calls.load(), 100);
+}
