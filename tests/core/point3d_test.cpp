@@ -64,3 +64,21 @@ TEST(Point3DTest, Properties_UnitLengthAndAngles) {
   Point3D_d big(1e200, 0, 0);
   EXPECT_TRUE(std::isinf(big.length()));
 }
+
+namespace {
+// Opaque to the optimiser, so that the conversions below happen at run time.
+[[gnu::noinline]] void NarrowAndWiden(const double* in, double* out) {
+  REmath::Point3D(in).toArray(out);
+}
+}  // namespace
+
+TEST(Point3DTest, Regression_NarrowingRoundTripKeepsFloatRounding) {
+  // g++ 12.2's straight-line vectoriser turned double -> float -> double pairs into plain
+  // copies; the build disables it. The float rounding must survive the round trip.
+  const double in[3] = {0.1, 0.2, 0.3};
+  double out[3];
+  NarrowAndWiden(in, out);
+  EXPECT_EQ(out[0], double(0.1f));
+  EXPECT_EQ(out[1], double(0.2f));
+  EXPECT_EQ(out[2], double(0.3f));
+}
