@@ -3,11 +3,12 @@
 // its storage or viewing caller storage, for the same ten element types as Vector<T>.
 #pragma once
 
-#include <type_traits>
-
 #include <qvmath/core/element_types.h>
 #include <qvmath/core/vector.h>
 #include <qvmath/platform/export.h>
+
+#include <cstddef>
+#include <type_traits>
 
 namespace REmath {
 
@@ -27,6 +28,8 @@ namespace REmath {
 /// Faults throw a `char*` to "NURBSWrongSize2D" (shapes do not match or tile),
 /// "NURBSOutOfBound2D" (block index outside the grid) or "NURBSMatrixErr" (range outside
 /// the matrix); the target is unchanged when a check fails. Access is not bounds-checked.
+/// Allocation failure throws `std::bad_alloc` (a failed `resize`/`operator=` leaves an
+/// empty 0 × 0 matrix). Integer arithmetic wraps modulo 2^bits. Thread safety: none.
 template <class T>
 class Matrix {
  public:
@@ -34,7 +37,8 @@ class Matrix {
   Matrix();
   /// rows × cols zeros; with a dimension < 1 no storage is attached.
   Matrix(int rows, int cols);
-  /// A view: stores both pointers and fills columns[j] = data + j·rows for j = cols-1 .. 0.
+  /// A view: stores both pointers and fills columns[j] = data + j·rows for j = cols-1 .. 0
+  /// (a negative dimension is taken as 0).
   Matrix(T* data, T** columns, int rows, int cols);
   /// An owning deep copy.
   Matrix(const Matrix& other);
@@ -47,27 +51,37 @@ class Matrix {
   /// `resize(other.rows(), other.cols())`.
   void resize(const Matrix& other);
   /// Reshapes keeping the overlapping top-left block; nothing happens for the same shape.
-  /// Elements outside the kept block are unspecified (callers set them); the owns flag is
-  /// left as it was.
+  /// Elements outside the kept block are unspecified (callers set them; they happen to be
+  /// zero here). The owns flag is left as it was and the old column-pointer array is freed
+  /// in any case, as in `resize`: on a view the new storage is then never freed by the
+  /// matrix, so call it on owning matrices.
   void resizeKeep(int rows, int cols);
+  /// @return the number of rows (the length of each column).
   int rows() const { return m_rows; }
+  /// @return the number of columns.
   int cols() const { return m_cols; }
   /// Exchanges all fields with other (ownership travels with the storage).
   void swap(Matrix& other);
 
+  /// @return element (row i, column j); not bounds-checked.
   T& operator()(int i, int j) { return m_columns[j][i]; }
+  /// @return element (row i, column j); not bounds-checked.
   const T& operator()(int i, int j) const { return m_columns[j][i]; }
+  /// @return element (row i, column j); not bounds-checked.
   T& elem(int i, int j) { return m_columns[j][i]; }
+  /// @return element (row i, column j); not bounds-checked.
   const T& elem(int i, int j) const { return m_columns[j][i]; }
-  /// @return the pointer to column j.
+  /// @return the pointer to column j, so that m[j][i] is element (i, j).
   T* operator[](int j) { return m_columns[j]; }
+  /// @return the pointer to column j, so that m[j][i] is element (i, j).
   const T* operator[](int j) const { return m_columns[j]; }
   /// @return the element block (column-major, leading dimension rows()).
   T* memory() const { return m_data; }
 
   /// Zeroes all elements.
   void reset();
-  /// Sets all elements to v.
+  /// Sets all elements to v. A v that compares equal to zero is written by a byte-wise
+  /// clear, so reset(-0.0) stores +0.0.
   void reset(T v);
   /// Same as `reset(v)`. @return v.
   T operator=(T v);
@@ -75,20 +89,25 @@ class Matrix {
   void diag(T v);
   /// @return the min(rows, cols) diagonal elements.
   Vector<T> getDiag() const;
-  /// @return the sum of the diagonal elements.
+  /// @return the sum of the diagonal elements, added from (0, 0) on.
   T trace() const;
 
-  /// Copies the other's elements, reshaping first when a dimension differs.
+  /// Copies the other's elements as one contiguous run, reshaping (`resize`) first when a
+  /// dimension differs; self-assignment does nothing. A view of the same shape stays a
+  /// view and receives the elements.
   Matrix& operator=(const Matrix& other);
   /// @return the nr × nc block whose top-left is (r0, c0).
-  /// @throws char* "NURBSMatrixErr" when r0 + nr > rows or c0 + nc > cols.
+  /// @throws char* "NURBSMatrixErr" when r0 + nr > rows or c0 + nc > cols; negative
+  ///         offsets or counts also leave the matrix and throw the same.
   Matrix get(int r0, int c0, int nr, int nc) const;
   /// Writes B with its top-left at (r0, c0).
-  /// @throws char* "NURBSMatrixErr" when B.rows + r0 > rows or B.cols + c0 > cols.
+  /// @throws char* "NURBSMatrixErr" when B.rows + r0 > rows or B.cols + c0 > cols, or an
+  ///         offset is negative.
   void as(int r0, int c0, const Matrix& B);
   /// Writes B into block (bi, bj) of this matrix seen as a grid of blocks of B's shape.
   /// @throws char* "NURBSWrongSize2D" unless rows and cols are whole multiples of B's and
-  ///         at least as large; then "NURBSOutOfBound2D" unless the block is in the grid.
+  ///         at least as large (and B is not empty); then "NURBSOutOfBound2D" unless
+  ///         0 <= bi < rows / B.rows and 0 <= bj < cols / B.cols.
   void submatrix(int bi, int bj, const Matrix& B);
   /// Copies, for k < nc, nr elements of src's column sc0 + k from row sr0 into column
   /// c0 + k from row r0. No checks at all: for callers that checked the ranges.
@@ -105,10 +124,14 @@ class Matrix {
   Matrix& operator+=(const Matrix& other);
   /// Elementwise in place. @throws char* "NURBSWrongSize2D" unless the shapes agree.
   Matrix& operator-=(const Matrix& other);
+  /// Adds v to every element.
   Matrix& operator+=(T v);
+  /// Subtracts v from every element.
   Matrix& operator-=(T v);
+  /// Multiplies every element by v (points: componentwise, w included).
   Matrix& operator*=(T v);
-  /// A true division of every element.
+  /// A true division of every element by v (points: componentwise, w included).
+  /// @throws std::domain_error for an integer division by zero (the matrix is unchanged).
   Matrix& operator/=(T v);
 
   /// The largest signed sum over the rows consecutive runs of cols elements of the block
@@ -116,12 +139,15 @@ class Matrix {
   /// matrix without rows. Scalar element types only.
   template <class U = T, std::enable_if_t<std::is_arithmetic<U>::value, int> = 0>
   U norm() const {
+    // int sums wrap (in unsigned) instead of overflowing.
+    using Acc = std::conditional_t<std::is_same<U, int>::value, unsigned int, U>;
     if (m_rows < 1 || m_cols < 1) return U(0);
     U best{};
     for (int r = 0; r < m_rows; ++r) {
-      U sum = U(0);
-      for (int k = 0; k < m_cols; ++k) sum = U(sum + m_data[r * m_cols + k]);
-      if (r == 0 || sum > best) best = sum;
+      Acc sum = Acc(0);
+      const T* run = m_data + std::size_t(r) * std::size_t(m_cols);
+      for (int k = 0; k < m_cols; ++k) sum = Acc(sum + Acc(run[k]));
+      if (r == 0 || U(sum) > best) best = U(sum);
     }
     return best;
   }
@@ -131,43 +157,51 @@ class Matrix {
   /// pointers, owning. Otherwise only the counts are set.
   void init(int rows, int cols);
 
-  int m_rows;      ///< length of each column
-  int m_cols;      ///< number of columns
-  T* m_data;       ///< rows·cols elements, column-major
-  T** m_columns;   ///< m_columns[j] = m_data + j·rows
-  int m_owns;      ///< nonzero when the matrix allocated data and columns
+  int m_rows;     ///< length of each column
+  int m_cols;     ///< number of columns
+  T* m_data;      ///< rows·cols elements, column-major
+  T** m_columns;  ///< m_columns[j] = m_data + j·rows
+  int m_owns;     ///< nonzero when the matrix allocated data and columns
 };
 
-#define QVMATH_MATRIX_FREE_OPS(T)                                                        \
-  /** a + b: a copy of a, then += b. @throws char* "NURBSWrongSize2D". */               \
-  QVMATH_API Matrix<T> operator+(const Matrix<T>& a, const Matrix<T>& b);                \
-  /** a - b: a copy of a, then -= b. @throws char* "NURBSWrongSize2D". */               \
-  QVMATH_API Matrix<T> operator-(const Matrix<T>& a, const Matrix<T>& b);                \
-  /** Every element times s (integers: in double, truncated toward zero). */            \
-  QVMATH_API Matrix<T> operator*(double s, const Matrix<T>& m);                          \
-  /** Exact elementwise equality. @throws char* "NURBSWrongSize2D" on a shape mismatch */ \
-  /** (a different shape does not make the result false — deliberately). */            \
-  QVMATH_API bool operator==(const Matrix<T>& a, const Matrix<T>& b);                    \
+// The free operators, declared for each of the ten element types:
+//  a + b, a - b: a copy of a, then += or -= b;
+//    @throws char* "NURBSWrongSize2D" unless the shapes agree.
+//  s * m: every element times s; integers in double, truncated toward zero and wrapped
+//    modulo 2^bits (NaN or beyond +-2^63 gives 0); points componentwise, w included.
+//  a == b, a != b: exact elementwise comparison (all components of points; -0 == +0, a NaN
+//    equals nothing). @throws char* "NURBSWrongSize2D" on a shape mismatch: a different
+//    shape does not make the result false, deliberately.
+#define QVMATH_MATRIX_FREE_OPS(T)                                         \
+  QVMATH_API Matrix<T> operator+(const Matrix<T>& a, const Matrix<T>& b); \
+  QVMATH_API Matrix<T> operator-(const Matrix<T>& a, const Matrix<T>& b); \
+  QVMATH_API Matrix<T> operator*(double s, const Matrix<T>& m);           \
+  QVMATH_API bool operator==(const Matrix<T>& a, const Matrix<T>& b);     \
   QVMATH_API bool operator!=(const Matrix<T>& a, const Matrix<T>& b);
 QVMATH_FOR_EACH_ELEMENT_TYPE(QVMATH_MATRIX_FREE_OPS)
 #undef QVMATH_MATRIX_FREE_OPS
 
-// The product and the commutator, for the six scalar types and HPoint3D (componentwise).
-// C = A·B: for each row i from the last, for each k from A.cols-1 down to 0, a = A(i, k)
-// is skipped when it compares equal to zero (so an infinity in B does not reach C through
-// a zero of A), else C(i, j) += a·B(k, j) for j from B.cols-1 down to 0.
-#define QVMATH_MATRIX_PRODUCT_OPS(T)                                                  \
-  /** A·B. @throws char* "NURBSWrongSize2D" unless A.cols() == B.rows(). */          \
-  QVMATH_API Matrix<T> operator*(const Matrix<T>& A, const Matrix<T>& B);             \
-  /** A·B − B·A. @throws char* "NURBSWrongSize2D" on mismatched shapes. */           \
+// A * B and comm(A, B) = A·B − B·A, for the six scalar types and HPoint3D.
+//  A * B: C (A.rows × B.cols) starts at zero; for each row i from the last, for each k from
+//    A.cols-1 down to 0, a = A(i, k) is skipped when it compares equal to zero (so an
+//    infinity or NaN in row k of B does not reach C through a zero of A; a NaN in A is not
+//    skipped), else C(i, j) += a·B(k, j) for j from B.cols-1 down to 0. Each element's terms
+//    are added in exactly this order, so results are reproducible to the last bit. For
+//    HPoint3D the element product is componentwise (w included) and a is skipped when all
+//    four components are zero. @throws char* "NURBSWrongSize2D" unless A.cols == B.rows.
+//  comm(A, B): built from the two products and `-`, so mismatched shapes throw
+//    "NURBSWrongSize2D".
+#define QVMATH_MATRIX_PRODUCT_OPS(T)                                      \
+  QVMATH_API Matrix<T> operator*(const Matrix<T>& A, const Matrix<T>& B); \
   QVMATH_API Matrix<T> comm(const Matrix<T>& A, const Matrix<T>& B);
 QVMATH_FOR_EACH_SCALAR_TYPE(QVMATH_MATRIX_PRODUCT_OPS)
 QVMATH_MATRIX_PRODUCT_OPS(HPoint3D)
 #undef QVMATH_MATRIX_PRODUCT_OPS
 
-// A·v, r(i) = Σ A(i, k)·v(k) summed from k = A.cols-1 down to 0; scalar types only.
-#define QVMATH_MATRIX_VECTOR_OP(T)                                                    \
-  /** A·v. @throws char* "NURBSWrongSize2D" unless A.cols() == v.size(). */          \
+// A * v for the six scalar types: a vector of A.rows elements, r(i) = Σ A(i, k)·v(k) summed
+// from k = A.cols-1 down to 0 starting at zero, with no skip on zero (0·inf gives NaN).
+// @throws char* "NURBSWrongSize2D" unless A.cols == v.size.
+#define QVMATH_MATRIX_VECTOR_OP(T) \
   QVMATH_API Vector<T> operator*(const Matrix<T>& A, const Vector<T>& v);
 QVMATH_FOR_EACH_SCALAR_TYPE(QVMATH_MATRIX_VECTOR_OP)
 #undef QVMATH_MATRIX_VECTOR_OP

@@ -1,0 +1,168 @@
+// SPDX-License-Identifier: MIT
+// Every exported member and free operator of Vector<T> and Matrix<T>, for every element type
+// of the closed list: referencing each one links against the library's explicit
+// instantiations, and the detection checks pin down which free operators exist at all.
+#include <gtest/gtest.h>
+#include <qvmath/core/element_types.h>
+#include <qvmath/core/matrix.h>
+#include <qvmath/core/vector.h>
+
+#include <type_traits>
+#include <utility>
+
+using namespace REmath;  // NOLINT: the test names every template of the namespace
+
+namespace {
+
+template <class, class, class = void>
+struct HasProduct : std::false_type {};
+template <class A, class B>
+struct HasProduct<A, B, std::void_t<decltype(std::declval<const A&>() * std::declval<const B&>())>>
+    : std::true_type {};
+
+template <class, class = void>
+struct HasComm : std::false_type {};
+template <class M>
+struct HasComm<M, std::void_t<decltype(comm(std::declval<const M&>(), std::declval<const M&>()))>>
+    : std::true_type {};
+
+template <class, class = void>
+struct HasNorm : std::false_type {};
+template <class M>
+struct HasNorm<M, std::void_t<decltype(std::declval<const M&>().norm())>> : std::true_type {};
+
+template <class T>
+constexpr bool kScalar = std::is_arithmetic<T>::value;
+
+// Free operators exist exactly for the types the interface lists.
+#define QVMATH_CHECK_FREE_SET(T)                                                                   \
+  static_assert(HasProduct<Vector<T>, double>::value, "v * s for every type");                     \
+  static_assert(HasProduct<double, Vector<T>>::value ==                                            \
+                    (std::is_same<T, float>::value || std::is_same<T, double>::value),             \
+                "s * v only for float and double");                                                \
+  static_assert(HasProduct<double, Matrix<T>>::value, "s * M for every type");                     \
+  static_assert(                                                                                   \
+      HasProduct<Matrix<T>, Matrix<T>>::value == (kScalar<T> || std::is_same<T, HPoint3D>::value), \
+      "A * B for the scalars and HPoint3D");                                                       \
+  static_assert(HasComm<Matrix<T>>::value == (kScalar<T> || std::is_same<T, HPoint3D>::value),     \
+                "comm for the scalars and HPoint3D");                                              \
+  static_assert(HasProduct<Matrix<T>, Vector<T>>::value == kScalar<T>, "A * v for the scalars");   \
+  static_assert(HasNorm<Matrix<T>>::value == kScalar<T>, "norm for the scalars");
+QVMATH_FOR_EACH_ELEMENT_TYPE(QVMATH_CHECK_FREE_SET)
+#undef QVMATH_CHECK_FREE_SET
+
+template <class T>
+class ElementTypes : public ::testing::Test {};
+using AllTypes = ::testing::Types<char, unsigned char, int, unsigned int, float, double, Point3D,
+                                  Point3D_d, HPoint3D, HPoint3D_d>;
+TYPED_TEST_SUITE(ElementTypes, AllTypes);
+
+// Calls every member of both templates once, with shapes for which each call is defined.
+TYPED_TEST(ElementTypes, Instantiation_EveryMemberLinksAndRuns) {
+  using T = TypeParam;
+  T mem[4] = {};
+  Vector<T> v, w(4), view(mem, 4), copy(view);
+  EXPECT_EQ(v.n() + v.size() + v.rows(), 3);
+  EXPECT_EQ(view.memory(), mem);
+  EXPECT_EQ(w.resize(6), 6);
+  EXPECT_EQ(w.resize(copy), 4);
+  w.trim(2);
+  w.untrim();
+  w.reset(T());
+  w = T();
+  w = copy;
+  const Vector<T> g = w.get(1, 2);
+  w.as(2, g);
+  w += copy;
+  w -= copy;
+  EXPECT_EQ(w.minIndex(), 3);
+  const T least = w.minimum();
+  (void)least;
+  const Vector<T> s = w + copy, d = w - copy, p = w * 2.0;
+  EXPECT_TRUE(s == d || s != d);
+  EXPECT_EQ(p.size(), 4);
+  const Vector<T>& cw = w;
+  EXPECT_EQ(&cw[0], &w[0]);
+
+  T data[6] = {};
+  T** cols = new T*[3];
+  Matrix<T> a, b(2, 3), c(data, cols, 2, 3), e(b);
+  c.resize(3, 3);  // takes over `cols`
+  c.resize(b);
+  c.resizeKeep(3, 2);
+  EXPECT_EQ(c.rows() * c.cols(), 6);
+  c.swap(e);
+  e = b;
+  e(0, 0) = e.elem(1, 1);
+  EXPECT_EQ(e[1], e.memory() + 2);
+  const Matrix<T>& ce = e;
+  EXPECT_EQ(&ce(1, 2), &ce.elem(1, 2));
+  EXPECT_EQ(ce[2], ce.memory() + 4);
+  e.reset();
+  e.reset(T());
+  e = T();
+  e.diag(T());
+  EXPECT_EQ(e.getDiag().size(), 2);
+  (void)e.trace();
+  const Matrix<T> blk = e.get(0, 1, 2, 2);
+  e.as(0, 0, blk);
+  Matrix<T> grid(4, 4);
+  grid.submatrix(1, 1, blk);
+  grid.copySubMatrix(0, 0, 2, 2, blk, 0, 0);
+  EXPECT_EQ(e.transpose().rows(), 3);
+  EXPECT_EQ(e.herm().cols(), 2);
+  EXPECT_EQ(e.flop().cols(), 3);
+  e += b;
+  e -= b;
+  e += T();
+  e -= T();
+  e *= T();
+  const Matrix<T> sum = e + b, diff = e - b, scaled = 2.0 * e;
+  EXPECT_TRUE(sum == diff || sum != scaled);
+}
+
+// The operators that exist only for some types, for each of those types.
+template <class T>
+void ProductsLinkAndRun() {
+  Matrix<T> A(2, 2), B(2, 2);
+  EXPECT_EQ((A * B).rows(), 2);
+  EXPECT_EQ(comm(A, B).cols(), 2);
+}
+template <class T>
+void MatVecAndNormLinkAndRun() {
+  ProductsLinkAndRun<T>();
+  EXPECT_EQ((Matrix<T>(3, 2) * Vector<T>(2)).size(), 3);
+  EXPECT_EQ(Matrix<T>(2, 2).norm(), T(0));
+  Matrix<T> d(1, 1);
+  d /= T(1);
+}
+
+TEST(ElementTypesTest, Instantiation_TypeSpecificOperators) {
+  MatVecAndNormLinkAndRun<char>();
+  MatVecAndNormLinkAndRun<unsigned char>();
+  MatVecAndNormLinkAndRun<int>();
+  MatVecAndNormLinkAndRun<unsigned int>();
+  MatVecAndNormLinkAndRun<float>();
+  MatVecAndNormLinkAndRun<double>();
+  ProductsLinkAndRun<HPoint3D>();
+  Vector<float> vf(2);
+  Vector<double> vd(2);
+  EXPECT_EQ((2.0 * vf).size(), 2);
+  EXPECT_EQ((2.0 * vd).size(), 2);
+  Vector<Point3D> pf(2);
+  Vector<Point3D_d> pd(3);
+  copy_vector_f2d(pf, pd);
+  copy_vector_d2f(pd, pf);
+  EXPECT_EQ(pd.size(), 2);
+  Matrix<Point3D_d> md(2, 2);
+  Matrix<HPoint3D_d> mh(2, 2);
+  resizeKeepMatrix(md, 3, 3);
+  resizeKeepMatrix(mh, 1, 1);
+  EXPECT_EQ(md.rows() + mh.rows(), 4);
+  Matrix<Point3D> mp(1, 1);
+  mp /= Point3D(1, 1, 1);
+  Matrix<HPoint3D_d> mq(1, 1);
+  mq /= HPoint3D_d(1, 1, 1, 1);
+}
+
+}  // namespace
