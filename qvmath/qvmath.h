@@ -19,6 +19,19 @@
 #include <qvmath/core/point3d.h>
 #include <qvmath/core/vector.h>
 
+// Geometry kernel
+#include <qvmath/geometry/axis_rotation.h>
+#include <qvmath/geometry/dist_point_line.h>
+#include <qvmath/geometry/dist_point_segment.h>
+#include <qvmath/geometry/dist_point_triangle.h>
+#include <qvmath/geometry/euler_angles.h>
+#include <qvmath/geometry/intersect_triang_line.h>
+#include <qvmath/geometry/linear_transform.h>
+#include <qvmath/geometry/local_frame.h>
+#include <qvmath/geometry/rotation_matrix.h>
+#include <qvmath/geometry/two_lines.h>
+#include <qvmath/geometry/vector_angles.h>
+
 // Optimisation, rounding and root finding
 #include <qvmath/optim/brent_zero.h>
 #include <qvmath/optim/min_max_optimizer.h>

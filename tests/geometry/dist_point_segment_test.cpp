@@ -1,0 +1,229 @@
+// SPDX-License-Identifier: MIT
+// Point-to-segment distances: values against CGAL, region codes against a brute-force
+// nearest-feature classification, the tie rule, the degenerate segment, the agreement of
+// every overload, and the 2-D numbering against the 3-D query.
+#include <qvmath/geometry/dist_point_segment.h>
+
+#include <CGAL/Simple_cartesian.h>
+#include <CGAL/squared_distance_3.h>
+#include <qvmath/geometry/detail/point_segment.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "geometry/geom_test_util.h"
+
+namespace {
+
+using K = CGAL::Simple_cartesian<double>;
+using qvtest::V3;
+
+double CgalDist2(const V3& p, const V3& a, const V3& b) {
+  return CGAL::squared_distance(
+      K::Point_3(p[0], p[1], p[2]),
+      K::Segment_3(K::Point_3(a[0], a[1], a[2]), K::Point_3(b[0], b[1], b[2])));
+}
+
+// Nearest feature by brute force in double: 0 interior, 1 end a, 2 end b; -1 when the two
+// best candidates are too close to call (relative gap below 1e-4).
+int BruteRegion(const V3& p, const V3& a, const V3& b) {
+  const V3 d = qvtest::Sub(b, a);
+  const double t = qvtest::Dot(qvtest::Sub(p, a), d) / qvtest::Norm2(d);
+  double cand[3] = {1e300, qvtest::Dist2(p, a), qvtest::Dist2(p, b)};
+  if (t > 1e-4 && t < 1 - 1e-4) cand[0] = qvtest::Dist2(p, qvtest::Add(a, qvtest::Scale(d, t)));
+  if (std::fabs(t) < 1e-4 || std::fabs(t - 1) < 1e-4) return -1;
+  const int best = int(std::min_element(cand, cand + 3) - cand);
+  for (int i = 0; i < 3; ++i)
+    if (i != best && cand[i] < cand[best] * (1 + 1e-4)) return -1;
+  return best;
+}
+
+template <class T>
+class DistPointSegmentTest : public ::testing::Test {};
+using Reals = ::testing::Types<float, double>;
+TYPED_TEST_SUITE(DistPointSegmentTest, Reals);
+
+TYPED_TEST(DistPointSegmentTest, Properties_AgainstCgalAndBruteForceRegions) {
+  using T = TypeParam;
+  qvtest::TestRng rng(5601);
+  SCOPED_TRACE(rng.Trace());
+  int interior = 0, ends = 0;
+  for (int trial = 0; trial < 5000; ++trial) {
+    const auto p = qvtest::RandomPoint<T>(rng, 100);
+    const auto a = qvtest::RandomPoint<T>(rng, 100);
+    const auto b = qvtest::RandomPoint<T>(rng, 100);
+    const V3 P = qvtest::ToV3(p.data()), A = qvtest::ToV3(a.data()), B = qvtest::ToV3(b.data());
+    T foot[3];
+    int region = -7;
+    const T d2 = DistancePoint2Segment(p.data(), a.data(), b.data(), foot, region);
+    const double ref = CgalDist2(P, A, B);
+    // Rounding of the differences and the dot product: a few ε times the squared
+    // magnitudes involved (|p − a|² + |b − a|²).
+    const double scale = qvtest::Dist2(P, A) + qvtest::Dist2(B, A);
+    EXPECT_NEAR(d2, ref, 16 * qvtest::Eps<T>() * scale) << trial;
+    // The foot lies on the segment and realises the distance.
+    const V3 F = qvtest::ToV3(foot);
+    EXPECT_NEAR(qvtest::Dist2(P, F), d2, 16 * qvtest::Eps<T>() * scale);
+    EXPECT_NEAR(CgalDist2(F, A, B), 0, 16 * qvtest::Eps<T>() * scale);
+    const int brute = BruteRegion(P, A, B);
+    if (brute >= 0) {
+      EXPECT_EQ(region, brute) << trial;
+      (brute == 0 ? interior : ends)++;
+    }
+  }
+  EXPECT_GT(interior, 500);  // both kinds of region really exercised
+  EXPECT_GT(ends, 500);
+}
+
+TYPED_TEST(DistPointSegmentTest, Properties_AllOverloadsAgree) {
+  using T = TypeParam;
+  qvtest::TestRng rng(5602);
+  SCOPED_TRACE(rng.Trace());
+  for (int trial = 0; trial < 1000; ++trial) {
+    const auto p = qvtest::RandomPoint<T>(rng, 10);
+    const auto a = qvtest::RandomPoint<T>(rng, 10);
+    auto b = qvtest::RandomPoint<T>(rng, 10);
+    if (trial % 50 == 0) b = a;  // degenerate segments too
+    T foot[3], foot2[3], foot3[3], t = -1, t2 = -1;
+    int region = -7;
+    const T d = DistancePoint2Segment(p.data(), a.data(), b.data(), foot, region);
+    EXPECT_EQ(DistancePoint2Segment(p.data(), a.data(), b.data()), d);
+    EXPECT_EQ(DistancePoint2Segment(p.data(), a.data(), b.data(), t), d);
+    EXPECT_EQ(DistancePoint2Segment(p.data(), a.data(), b.data(), foot2), d);
+    EXPECT_EQ(DistancePoint2Segment(p.data(), a.data(), b.data(), t2, foot3), d);
+    EXPECT_EQ(t, t2);
+    for (int i = 0; i < 3; ++i) {
+      EXPECT_EQ(foot2[i], foot[i]);
+      EXPECT_EQ(foot3[i], foot[i]);
+    }
+    // t is the clamped parameter of the foot and matches the region.
+    if (region == 1) {
+      EXPECT_EQ(t, T(0));
+    } else if (region == 2) {
+      EXPECT_EQ(t, T(1));
+    } else {
+      EXPECT_GE(t, T(0));
+      EXPECT_LT(t, T(1));
+      for (int i = 0; i < 3; ++i) EXPECT_EQ(foot[i], a[i] + t * (b[i] - a[i]));
+    }
+    // The mixed overload (float point, double ends) is the double query on the widened
+    // point, exactly.
+    const auto pf = qvtest::RandomPoint<float>(rng, 10);
+    const double pd[3] = {pf[0], pf[1], pf[2]};
+    const double ad[3] = {double(a[0]), double(a[1]), double(a[2])};
+    const double bd[3] = {double(b[0]), double(b[1]), double(b[2])};
+    double td = -1, tm = -1, tm2 = -1, fd[3], fm[3];
+    const double dd = DistancePoint2Segment(pd, ad, bd, td, fd);
+    EXPECT_EQ(DistancePoint2Segment(pf.data(), ad, bd, tm, fm), dd);
+    EXPECT_EQ(DistancePoint2Segment(pf.data(), ad, bd), dd);
+    EXPECT_EQ(DistancePoint2Segment(pf.data(), ad, bd, tm2), dd);
+    EXPECT_EQ(tm, td);
+    EXPECT_EQ(tm2, td);
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(fm[i], fd[i]);
+  }
+}
+
+TEST(DistPointSegmentFloatTest, Properties_MatchesStepByStepBodyBitForBit) {
+  // The float queries may be vectorised; they must reproduce the plain step-by-step body
+  // exactly, on random input and on a coarse grid full of ties and degenerate segments.
+  qvtest::TestRng rng(5604);
+  SCOPED_TRACE(rng.Trace());
+  auto same = [](float a, float b) { return std::memcmp(&a, &b, sizeof a) == 0; };
+  for (int trial = 0; trial < 30000; ++trial) {
+    float pts[3][3];
+    for (auto& q : pts)
+      for (float& c : q)
+        c = trial % 2 ? qvtest::RoundTo<float>(rng.Uniform(-1, 1)) : float(rng.Int(-2, 2));
+    float refFoot[3], refT, foot[3], t = -1, t2 = -1, foot2[3];
+    REmath::detail::SegmentFeature f;
+    const float ref =
+        REmath::detail::PointSegment2<3, float>(pts[0], pts[1], pts[2], refFoot, refT, f);
+    const int refRegion = f == REmath::detail::SegmentFeature::kEndA   ? 1
+                          : f == REmath::detail::SegmentFeature::kEndB ? 2
+                                                                       : 0;
+    int region = -7;
+    ASSERT_TRUE(same(DistancePoint2Segment(pts[0], pts[1], pts[2], foot, region), ref)) << trial;
+    ASSERT_EQ(region, refRegion) << trial;
+    ASSERT_TRUE(same(DistancePoint2Segment(pts[0], pts[1], pts[2]), ref)) << trial;
+    ASSERT_TRUE(same(DistancePoint2Segment(pts[0], pts[1], pts[2], t, foot2), ref)) << trial;
+    ASSERT_TRUE(same(DistancePoint2Segment(pts[0], pts[1], pts[2], t2), ref)) << trial;
+    ASSERT_TRUE(same(t, refT) && same(t2, refT)) << trial << ": " << t << " vs " << refT;
+    for (int i = 0; i < 3; ++i)
+      ASSERT_TRUE(same(foot[i], refFoot[i]) && same(foot2[i], refFoot[i]));
+  }
+}
+
+TYPED_TEST(DistPointSegmentTest, Regions_TieGoesToSecondEnd) {
+  using T = TypeParam;
+  // Beyond a (t = −0.5) but so far off the line that both end distances round to the same
+  // value: the ends are compared by distance, and the tie goes to b. For float 1e5² = 1e10
+  // absorbs 0.25 and 2.25 (float spacing 1024 there); for double 1e10² = 1e20 does.
+  const T far = sizeof(T) == 4 ? T(1e5) : T(1e10);
+  const T a[3] = {0, 0, 0}, b[3] = {1, 0, 0}, p[3] = {T(-0.5), far, 0};
+  T foot[3], t = -1;
+  int region = -7;
+  const T d = DistancePoint2Segment(p, a, b, foot, region);
+  EXPECT_EQ(region, 2);
+  EXPECT_EQ(foot[0], T(1));
+  EXPECT_EQ(d, far * far);
+  DistancePoint2Segment(p, a, b, t);
+  EXPECT_EQ(t, T(1));
+  // The same in 2-D: region 1 (second end), t = 1.
+  int r2 = -7;
+  T f2[2];
+  DistancePoint2Segment2D(p, a, b, t, &r2, f2);
+  EXPECT_EQ(r2, 1);
+  EXPECT_EQ(t, T(1));
+  EXPECT_EQ(f2[0], T(1));
+  // Without the rounding, the nearer end wins: just beyond a, region 1.
+  const T q[3] = {T(-0.5), 1, 0};
+  DistancePoint2Segment(q, a, b, foot, region);
+  EXPECT_EQ(region, 1);
+  EXPECT_EQ(foot[0], T(0));
+}
+
+TYPED_TEST(DistPointSegmentTest, Degenerate_ZeroLengthSegment) {
+  using T = TypeParam;
+  const T a[3] = {1, 2, 3}, p[3] = {4, 6, 3};
+  T foot[3] = {9, 9, 9}, t = -1;
+  int region = -7;
+  EXPECT_EQ(DistancePoint2Segment(p, a, a, foot, region), T(25));
+  EXPECT_EQ(region, 0);
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(foot[i], a[i]);
+  EXPECT_EQ(DistancePoint2Segment(p, a, a, t), T(25));
+  EXPECT_EQ(t, T(0));
+  int r2 = -7;
+  T f2[2];
+  EXPECT_EQ(DistancePoint2Segment2D(p, a, a, t, &r2, f2), T(25));
+  EXPECT_EQ(r2, 0);
+  EXPECT_EQ(t, T(0));
+  EXPECT_EQ(f2[1], T(2));
+}
+
+TYPED_TEST(DistPointSegmentTest, Regions_TwoDimensionalNumbering) {
+  using T = TypeParam;
+  qvtest::TestRng rng(5603);
+  SCOPED_TRACE(rng.Trace());
+  for (int trial = 0; trial < 2000; ++trial) {
+    // In the plane z = 0 the 3-D query performs the same operations: exact agreement.
+    const T p[3] = {T(rng.Uniform(-5, 5)), T(rng.Uniform(-5, 5)), 0};
+    const T a[3] = {T(rng.Uniform(-5, 5)), T(rng.Uniform(-5, 5)), 0};
+    const T b[3] = {T(rng.Uniform(-5, 5)), T(rng.Uniform(-5, 5)), 0};
+    T foot3[3], foot2[2] = {7, 7}, t3, t2 = -1;
+    int r3, r2 = -7;
+    const T d3 = DistancePoint2Segment(p, a, b, t3, foot3);
+    DistancePoint2Segment(p, a, b, foot3, r3);
+    EXPECT_EQ(DistancePoint2Segment2D(p, a, b, t2, &r2, foot2), d3);
+    EXPECT_EQ(t2, t3);
+    EXPECT_EQ(r2, r3 == 0 ? -1 : r3 - 1);  // 3-D 0/1/2 → 2-D −1/0/1
+    EXPECT_EQ(foot2[0], foot3[0]);
+    EXPECT_EQ(foot2[1], foot3[1]);
+    // Null region and foot are allowed; t is always written.
+    T t4 = -1;
+    EXPECT_EQ(DistancePoint2Segment2D(p, a, b, t4), d3);
+    EXPECT_EQ(t4, t3);
+  }
+}
+
+}  // namespace

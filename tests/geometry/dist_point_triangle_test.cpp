@@ -1,0 +1,218 @@
+// SPDX-License-Identifier: MIT
+// Point-to-triangle distances: values against CGAL on thousands of random cases, region
+// codes against a brute-force nearest-feature classification, the boundary and tie rules,
+// degenerate triangles, and the agreement of the two overloads.
+#include <qvmath/geometry/dist_point_triangle.h>
+
+#include <CGAL/Simple_cartesian.h>
+#include <CGAL/squared_distance_3.h>
+#include <qvmath/geometry/detail/point_triangle.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "geometry/geom_test_util.h"
+
+namespace {
+
+using K = CGAL::Simple_cartesian<double>;
+using qvtest::V3;
+using REmath::Point3D;
+
+K::Point_3 Kp(const V3& v) { return K::Point_3(v[0], v[1], v[2]); }
+
+double CgalDist2(const V3& p, const V3& a, const V3& b, const V3& c) {
+  return CGAL::squared_distance(Kp(p), K::Triangle_3(Kp(a), Kp(b), Kp(c)));
+}
+
+// Nearest feature by brute force in double, with the codes 0 face, 1 AB, 2 BC, 3 CA,
+// 4 A, 5 B, 6 C; -1 when the decision is within a relative margin of 1e-4 (a rounding in
+// the float routine may then legitimately pick the neighbour).
+int BruteRegion(const V3& p, const V3& a, const V3& b, const V3& c) {
+  const double m = 1e-4;
+  const V3 e1 = qvtest::Sub(b, a), e2 = qvtest::Sub(c, a), w = qvtest::Sub(p, a);
+  const double g11 = qvtest::Dot(e1, e1), g22 = qvtest::Dot(e2, e2), g12 = qvtest::Dot(e1, e2);
+  const double b1 = qvtest::Dot(w, e1), b2 = qvtest::Dot(w, e2), D = g11 * g22 - g12 * g12;
+  const double u = (g22 * b1 - g12 * b2) / D, v = (g11 * b2 - g12 * b1) / D;
+  if (u > m && v > m && 1 - u - v > m) return 0;
+  if (u > -m && v > -m && 1 - u - v > -m) return -1;  // projection near the boundary
+  // Outside: the least of the edge interiors and the vertices.
+  const V3* verts[3] = {&a, &b, &c};
+  const int edges[3][3] = {{0, 1, 1}, {1, 2, 2}, {2, 0, 3}};  // from, to, code
+  double cand[7];
+  std::fill(cand, cand + 7, 1e300);
+  for (int i = 0; i < 3; ++i) cand[4 + i] = qvtest::Dist2(p, *verts[i]);
+  for (const auto& e : edges) {
+    const V3 &s = *verts[e[0]], &t = *verts[e[1]];
+    const V3 d = qvtest::Sub(t, s);
+    const double tt = qvtest::Dot(qvtest::Sub(p, s), d) / qvtest::Norm2(d);
+    if (std::fabs(tt) < m || std::fabs(tt - 1) < m) return -1;
+    if (tt > 0 && tt < 1) cand[e[2]] = qvtest::Dist2(p, qvtest::Add(s, qvtest::Scale(d, tt)));
+  }
+  const int best = int(std::min_element(cand + 1, cand + 7) - cand);
+  for (int i = 1; i < 7; ++i)
+    if (i != best && cand[i] < cand[best] * (1 + m)) return -1;
+  return best;
+}
+
+TEST(DistPointTriangleTest, Properties_AgainstCgalAndBruteForceRegions) {
+  qvtest::TestRng rng(5701);
+  SCOPED_TRACE(rng.Trace());
+  int seen[7] = {0};
+  for (int trial = 0; trial < 20000; ++trial) {
+    // Mix of scales: points near the triangle and far from it.
+    const double spread = trial % 3 == 0 ? 30 : 8;
+    const auto p = qvtest::RandomPoint<float>(rng, spread);
+    const auto a = qvtest::RandomPoint<float>(rng, 5);
+    const auto b = qvtest::RandomPoint<float>(rng, 5);
+    const auto c = qvtest::RandomPoint<float>(rng, 5);
+    const V3 P = qvtest::ToV3(p.data()), A = qvtest::ToV3(a.data()), B = qvtest::ToV3(b.data()),
+             C = qvtest::ToV3(c.data());
+    const V3 e1 = qvtest::Sub(B, A), e2 = qvtest::Sub(C, A);
+    // Skip slivers: the float inside test is only as good as sin of the smallest angle.
+    if (qvtest::Norm2(qvtest::Cross(e1, e2)) < 1e-2 * qvtest::Norm2(e1) * qvtest::Norm2(e2))
+      continue;
+    const float* tri[3] = {a.data(), b.data(), c.data()};
+    int region = -7;
+    float foot[3];
+    const float d2 = distancePointTriangle2(p.data(), tri, region, foot);
+    const double ref = CgalDist2(P, A, B, C);
+    // Float rounding of the differences, the cross product and the projection: a few ε
+    // times the squared sizes involved.
+    const double scale = qvtest::Norm2(qvtest::Sub(P, A)) + qvtest::Norm2(e1) + qvtest::Norm2(e2);
+    const double tol = 64 * qvtest::Eps<float>() * scale;
+    ASSERT_NEAR(d2, ref, tol) << "trial " << trial;
+    // The foot is on the triangle and realises the distance.
+    const V3 F = qvtest::ToV3(foot);
+    EXPECT_NEAR(CgalDist2(F, A, B, C), 0, tol);
+    EXPECT_NEAR(qvtest::Dist2(P, F), d2, tol);
+    // The overload without region returns the very same value.
+    const Point3D pts[3] = {Point3D(a.data()), Point3D(b.data()), Point3D(c.data())};
+    EXPECT_EQ(distancePointTriangle2(p.data(), pts), d2);
+    const int brute = BruteRegion(P, A, B, C);
+    if (brute >= 0) {
+      EXPECT_EQ(region, brute) << "trial " << trial;
+      ++seen[brute];
+    }
+  }
+  for (int r = 0; r < 7; ++r) EXPECT_GT(seen[r], 100) << "region " << r << " hardly exercised";
+}
+
+bool SameBits(float a, float b) { return std::memcmp(&a, &b, sizeof a) == 0; }
+
+TEST(DistPointTriangleTest, Properties_MatchesStepByStepBodyBitForBit) {
+  // The exported query may be vectorised; it must reproduce the plain step-by-step float
+  // body exactly: value, region and foot, on random input, on a coarse grid where
+  // boundary cases and ties are frequent, and on degenerate triangles.
+  qvtest::TestRng rng(5703);
+  SCOPED_TRACE(rng.Trace());
+  for (int trial = 0; trial < 30000; ++trial) {
+    float pts[4][3];
+    const int mode = trial % 3;
+    for (auto& q : pts)
+      for (float& c : q)
+        c = mode == 0 ? qvtest::RoundTo<float>(rng.Uniform(-1, 1))
+                      : float(rng.Int(-2, 2));  // grid: exact ties and boundary hits
+    if (mode == 2) std::memcpy(pts[2], pts[1 + rng.Int(0, 2) % 2 * 2], sizeof pts[2]);
+    const float* tri[3] = {pts[1], pts[2], pts[3]};
+    int region = -7, refRegion = -8;
+    float foot[3], refFoot[3];
+    const float d = distancePointTriangle2(pts[0], tri, region, foot);
+    const float ref =
+        REmath::detail::PointTriangle2Scalar(pts[0], pts[1], pts[2], pts[3], &refRegion, refFoot);
+    ASSERT_TRUE(SameBits(d, ref)) << trial << ": " << d << " vs " << ref;
+    ASSERT_EQ(region, refRegion) << trial;
+    for (int i = 0; i < 3; ++i) ASSERT_TRUE(SameBits(foot[i], refFoot[i])) << trial;
+    const Point3D three[3] = {Point3D(pts[1]), Point3D(pts[2]), Point3D(pts[3])};
+    ASSERT_TRUE(SameBits(distancePointTriangle2(pts[0], three), ref)) << trial;
+  }
+}
+
+struct Tri {
+  float a[3], b[3], c[3];
+  float Dist(const float* p, int& region, float* foot) const {
+    const float* t[3] = {a, b, c};
+    return distancePointTriangle2(p, t, region, foot);
+  }
+};
+
+TEST(DistPointTriangleTest, Regions_BoundaryTiesAndVertexCodes) {
+  // Right triangle A = (0,0,0), B = (2,0,0), C = (0,2,0); every value below is exact.
+  const Tri t{{0, 0, 0}, {2, 0, 0}, {0, 2, 0}};
+  struct Expect {
+    float p[3], d2;
+    int region;
+    float foot[3];
+    const char* why;
+  };
+  const Expect cases[] = {
+      // Projections exactly on the boundary count as inside the face.
+      {{1, 0, 5}, 25, 0, {1, 0, 0}, "projection on AB"},
+      {{0, 1.5f, -2}, 4, 0, {0, 1.5f, 0}, "projection on CA"},
+      {{1, 1, 3}, 9, 0, {1, 1, 0}, "projection on BC"},
+      {{2, 0, 4}, 16, 0, {2, 0, 0}, "projection on vertex B"},
+      // Behind A: AB and AC both end at A at the same distance; AB is kept, code 4.
+      {{-1, -1, 3}, 11, 4, {0, 0, 0}, "vertex A"},
+      // Beyond B: AB (end b) ties with BC (end a); AB is tried first, code 5.
+      {{3, -1, 0}, 2, 5, {2, 0, 0}, "vertex B"},
+      // Beyond C: AC (end b) ties with BC (end b); AC is kept, code 6.
+      {{-1, 3, 0}, 2, 6, {0, 2, 0}, "vertex C"},
+      {{1, -3, 0}, 9, 1, {1, 0, 0}, "edge AB"},
+      {{2, 2, 0}, 2, 2, {1, 1, 0}, "edge BC"},
+      {{-2, 1, 1}, 5, 3, {0, 1, 0}, "edge CA"},
+  };
+  for (const Expect& c : cases) {
+    int region = -7;
+    float foot[3] = {9, 9, 9};
+    EXPECT_EQ(t.Dist(c.p, region, foot), c.d2) << c.why;
+    EXPECT_EQ(region, c.region) << c.why;
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(foot[i], c.foot[i]) << c.why;
+    EXPECT_EQ(t.Dist(c.p, region, nullptr), c.d2) << c.why;  // a null foot is allowed
+  }
+}
+
+TEST(DistPointTriangleTest, Degenerate_ZeroAreaFallsToEdges) {
+  int region = -7;
+  float foot[3];
+  // A = B: the edge AB has zero length and reports its edge code, not vertex A's.
+  const Tri coincident{{0, 0, 0}, {0, 0, 0}, {0, 3, 0}};
+  const float p[3] = {-1, -1, 2};
+  EXPECT_EQ(coincident.Dist(p, region, foot), 6.0f);
+  EXPECT_EQ(region, 1);
+  EXPECT_EQ(foot[0], 0.0f);
+  // Exactly collinear vertices: the distance to the segment AC that covers them.
+  const Tri collinear{{0, 0, 0}, {1, 0, 0}, {3, 0, 0}};
+  const float q[3] = {2, 2, 1};
+  EXPECT_EQ(collinear.Dist(q, region, foot), 5.0f);
+  EXPECT_EQ(region, 3);
+  const Point3D pts[3] = {Point3D(0.0f, 0.0f, 0.0f), Point3D(1.0f, 0.0f, 0.0f),
+                          Point3D(3.0f, 0.0f, 0.0f)};
+  EXPECT_EQ(distancePointTriangle2(q, pts), 5.0f);
+}
+
+TEST(DistPointTriangleTest, Properties_TranslationInvariance) {
+  // The routine only uses differences of coordinates. On a grid of 2^-10 inside [-1, 1],
+  // shifted by (1000, -1000, 500), every coordinate and difference stays exact in float,
+  // so the result and the region must be bit-identical.
+  qvtest::TestRng rng(5702);
+  SCOPED_TRACE(rng.Trace());
+  const float shift[3] = {1000, -1000, 500};
+  for (int trial = 0; trial < 2000; ++trial) {
+    float pts[4][3], moved[4][3];
+    for (int i = 0; i < 4; ++i)
+      for (int k = 0; k < 3; ++k) {
+        pts[i][k] = float(rng.Int(-1024, 1024)) / 1024;
+        moved[i][k] = pts[i][k] + shift[k];
+      }
+    const float* t0[3] = {pts[1], pts[2], pts[3]};
+    const float* t1[3] = {moved[1], moved[2], moved[3]};
+    int r0 = -7, r1 = -8;
+    const float d0 = distancePointTriangle2(pts[0], t0, r0, nullptr);
+    const float d1 = distancePointTriangle2(moved[0], t1, r1, nullptr);
+    EXPECT_EQ(d1, d0) << trial;
+    EXPECT_EQ(r1, r0) << trial;
+  }
+}
+
+}  // namespace

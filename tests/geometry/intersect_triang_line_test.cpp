@@ -1,0 +1,195 @@
+// SPDX-License-Identifier: MIT
+// Line-triangle intersection: hits against CGAL away from the boundary, the plane hit on the
+// line, the boundary and parallel cases, and the tolerant variant's weights, overshoot and
+// distance against brute force.
+#include <qvmath/geometry/intersect_triang_line.h>
+
+#include <CGAL/Exact_predicates_inexact_constructions_kernel.h>
+#include <CGAL/intersections.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include "geometry/geom_test_util.h"
+
+namespace {
+
+using K = CGAL::Exact_predicates_inexact_constructions_kernel;
+using qvtest::V3;
+
+K::Point_3 Kp(const V3& v) { return K::Point_3(v[0], v[1], v[2]); }
+
+struct Case {
+  std::array<float, 3> a, b, c, p, dir;
+  V3 A, B, C, P, Dir;
+  double u, v;       // barycentric weights of the exact plane hit (of B − A and C − A)
+  V3 hit;            // the exact plane hit in double
+  bool parallelish;  // |sin| of the line-plane angle below 1e-3
+};
+
+Case MakeCase(qvtest::TestRng& rng) {
+  Case k;
+  k.a = qvtest::RandomPoint<float>(rng, 5);
+  k.b = qvtest::RandomPoint<float>(rng, 5);
+  k.c = qvtest::RandomPoint<float>(rng, 5);
+  k.p = qvtest::RandomPoint<float>(rng, 10);
+  // Aim at a random point of the plane around the triangle, so that about half the lines hit.
+  const double u0 = rng.Uniform(-0.4, 1), v0 = rng.Uniform(-0.4, 1);
+  for (int i = 0; i < 3; ++i)
+    k.dir[i] =
+        qvtest::RoundTo<float>(k.a[i] + u0 * (k.b[i] - k.a[i]) + v0 * (k.c[i] - k.a[i]) - k.p[i]);
+  k.A = qvtest::ToV3(k.a.data()), k.B = qvtest::ToV3(k.b.data()), k.C = qvtest::ToV3(k.c.data());
+  k.P = qvtest::ToV3(k.p.data()), k.Dir = qvtest::ToV3(k.dir.data());
+  const V3 e1 = qvtest::Sub(k.B, k.A), e2 = qvtest::Sub(k.C, k.A), n = qvtest::Cross(e1, e2);
+  const double den = qvtest::Dot(k.Dir, n);
+  k.parallelish = std::fabs(den) < 1e-3 * std::sqrt(qvtest::Norm2(k.Dir) * qvtest::Norm2(n));
+  const double s = qvtest::Dot(qvtest::Sub(k.A, k.P), n) / den;
+  k.hit = qvtest::Add(k.P, qvtest::Scale(k.Dir, s));
+  const V3 w = qvtest::Sub(k.hit, k.A);
+  const double g11 = qvtest::Norm2(e1), g22 = qvtest::Norm2(e2), g12 = qvtest::Dot(e1, e2);
+  const double D = g11 * g22 - g12 * g12;
+  k.u = (g22 * qvtest::Dot(w, e1) - g12 * qvtest::Dot(w, e2)) / D;
+  k.v = (g11 * qvtest::Dot(w, e2) - g12 * qvtest::Dot(w, e1)) / D;
+  return k;
+}
+
+// Distance from the in-plane point X to the closed triangle's boundary (brute force over
+// the three segments, clamped projection).
+double BoundaryDist2(const V3& X, const V3& A, const V3& B, const V3& C) {
+  const V3* v[3] = {&A, &B, &C};
+  double best = 1e300;
+  for (int i = 0; i < 3; ++i) {
+    const V3 &s = *v[i], &t = *v[(i + 1) % 3];
+    const V3 d = qvtest::Sub(t, s);
+    const double tt = std::clamp(qvtest::Dot(qvtest::Sub(X, s), d) / qvtest::Norm2(d), 0.0, 1.0);
+    best = std::min(best, qvtest::Dist2(X, qvtest::Add(s, qvtest::Scale(d, tt))));
+  }
+  return best;
+}
+
+TEST(IntersectTriangLineTest, Properties_HitsAgainstCgalAwayFromBoundary) {
+  qvtest::TestRng rng(5801);
+  SCOPED_TRACE(rng.Trace());
+  int hits = 0, misses = 0;
+  for (int trial = 0; trial < 5000; ++trial) {
+    const Case k = MakeCase(rng);
+    if (k.parallelish) continue;
+    const double margin = std::min({k.u, k.v, 1 - k.u - k.v});
+    if (std::fabs(margin) < 1e-3) continue;  // too close to the boundary to call in float
+    const bool ref =
+        CGAL::do_intersect(K::Line_3(Kp(k.P), K::Vector_3(k.Dir[0], k.Dir[1], k.Dir[2])),
+                           K::Triangle_3(Kp(k.A), Kp(k.B), Kp(k.C)));
+    ASSERT_EQ(ref, margin > 0) << "oracle disagreement at trial " << trial;
+    float X[3];
+    EXPECT_EQ(IntersectTriangLine(k.a.data(), k.b.data(), k.c.data(), k.p.data(), k.dir.data(), X),
+              ref)
+        << trial;
+    // X is written in both cases and lies on the line and in the plane.
+    const double size = 1 + std::sqrt(qvtest::Norm2(k.hit));
+    EXPECT_LE(std::sqrt(qvtest::Dist2(qvtest::ToV3(X), k.hit)), 1e-2 * size) << trial;
+    // The tolerant variant with tol = 0 agrees, reports inside, and adds nothing to |X − P|².
+    bool inside = false;
+    float over = -1, dist2 = -1, Y[3];
+    const bool free0 = IntersectTriangLineFree(k.a.data(), k.b.data(), k.c.data(), k.p.data(),
+                                               k.dir.data(), Y, 0.0f, inside, over, dist2);
+    EXPECT_EQ(free0, ref) << trial;
+    if (free0) {
+      EXPECT_TRUE(inside);
+      EXPECT_EQ(over, 0.0f);
+      EXPECT_NEAR(dist2, qvtest::Dist2(k.hit, k.P), 1e-5 * (1 + qvtest::Dist2(k.hit, k.P)));
+    }
+    (ref ? hits : misses)++;
+  }
+  EXPECT_GT(hits, 300);
+  EXPECT_GT(misses, 300);
+}
+
+TEST(IntersectTriangLineTest, Properties_FreeOvershootAndDistanceAgainstBruteForce) {
+  qvtest::TestRng rng(5802);
+  SCOPED_TRACE(rng.Trace());
+  int outside = 0;
+  for (int trial = 0; trial < 5000; ++trial) {
+    const Case k = MakeCase(rng);
+    if (k.parallelish) continue;
+    const float tol = 0.5f;
+    bool inside = false;
+    float over = -1, dist2 = -1, X[3];
+    const bool ok = IntersectTriangLineFree(k.a.data(), k.b.data(), k.c.data(), k.p.data(),
+                                            k.dir.data(), X, tol, inside, over, dist2);
+    const double uv = k.u + k.v;
+    const double lo = std::min({k.u, k.v, uv}), hi = std::max({k.u, k.v, uv});
+    if (std::fabs(lo + tol) < 1e-6 || std::fabs(hi - 1 - tol) < 1e-6) continue;
+    ASSERT_EQ(ok, lo >= -tol && hi <= 1 + tol) << trial;
+    if (!ok) continue;
+    const double refOver = std::max({0.0, -k.u, k.u - 1, -k.v, k.v - 1, -uv, uv - 1});
+    EXPECT_NEAR(over, refOver, 1e-5) << trial;
+    if (lo > 1e-6 && hi < 1 - 1e-6) {
+      EXPECT_TRUE(inside);
+      EXPECT_EQ(over, 0.0f);
+    }
+    if (refOver > 1e-6) {
+      EXPECT_FALSE(inside);
+      ++outside;
+      const double ref = BoundaryDist2(k.hit, k.A, k.B, k.C) + qvtest::Dist2(k.hit, k.P);
+      EXPECT_NEAR(dist2, ref, 1e-5 * (1 + ref)) << trial;
+    }
+  }
+  EXPECT_GT(outside, 300);
+}
+
+TEST(IntersectTriangLineTest, Regions_BoundaryAndParallelCases) {
+  const float A[3] = {0, 0, 0}, B[3] = {1, 0, 0}, C[3] = {0, 1, 0};
+  const float down[3] = {0, 0, -1};
+  float X[3] = {7, 7, 7};
+  // Hits exactly on each vertex and on an edge count.
+  const float atB[3] = {1, 0, 5}, atC[3] = {0, 1, -5}, atA[3] = {0, 0, 2},
+              onBC[3] = {0.5f, 0.5f, 1};
+  EXPECT_TRUE(IntersectTriangLine(A, B, C, atB, down, X));
+  EXPECT_EQ(X[0], 1.0f);
+  EXPECT_EQ(X[2], 0.0f);
+  EXPECT_TRUE(IntersectTriangLine(A, B, C, atC, down, X));  // s < 0: the line is unbounded
+  EXPECT_TRUE(IntersectTriangLine(A, B, C, atA, down, X));
+  EXPECT_TRUE(IntersectTriangLine(A, B, C, onBC, down, X));
+  // Just outside: false, but X holds the plane hit.
+  const float out[3] = {0.75f, 0.5f, 3};
+  EXPECT_FALSE(IntersectTriangLine(A, B, C, out, down, X));
+  EXPECT_EQ(X[0], 0.75f);
+  EXPECT_EQ(X[1], 0.5f);
+  EXPECT_EQ(X[2], 0.0f);
+  // A line in the triangle's plane: dir·n = 0 exactly, false, X untouched.
+  const float inPlane[3] = {1, 1, 0}, P[3] = {0.1f, 0.1f, 0};
+  X[0] = X[1] = X[2] = 7;
+  EXPECT_FALSE(IntersectTriangLine(A, B, C, P, inPlane, X));
+  EXPECT_EQ(X[0], 7.0f);
+  bool inside = false;
+  float over = -1, dist2 = -1;
+  EXPECT_FALSE(IntersectTriangLineFree(A, B, C, P, inPlane, X, 1.0f, inside, over, dist2));
+  EXPECT_EQ(X[0], 7.0f);
+  EXPECT_EQ(over, -1.0f);
+}
+
+TEST(IntersectTriangLineTest, Regions_FreeToleranceExamples) {
+  const float A[3] = {0, 0, 0}, B[3] = {1, 0, 0}, C[3] = {0, 1, 0};
+  const float down[3] = {0, 0, -1};
+  // Barycentric u = −0.05 (the hit is 0.05 beyond CA), v = 0.3; P is 2 above the plane.
+  const float P[3] = {-0.05f, 0.3f, 2};
+  float X[3];
+  bool inside = true;
+  float over = -1, dist2 = -1;
+  EXPECT_FALSE(IntersectTriangLineFree(A, B, C, P, down, X, 0.0f, inside, over, dist2));
+  EXPECT_TRUE(inside);  // untouched on rejection
+  EXPECT_EQ(over, -1.0f);
+  EXPECT_EQ(X[0], -0.05f);  // but X was written
+  EXPECT_TRUE(IntersectTriangLineFree(A, B, C, P, down, X, 0.1f, inside, over, dist2));
+  EXPECT_FALSE(inside);
+  EXPECT_NEAR(over, 0.05f, 1e-7f);
+  EXPECT_NEAR(dist2, 0.05f * 0.05f + 4, 1e-6f);  // nearest: the edge CA, then the drop of 2
+  // Beyond the vertex region: the nearest vertex wins over the edge lines.
+  const float Q[3] = {1.05f, -0.05f, 0};
+  EXPECT_TRUE(IntersectTriangLineFree(A, B, C, Q, down, X, 0.1f, inside, over, dist2));
+  EXPECT_FALSE(inside);
+  EXPECT_NEAR(over, 0.05f, 1e-6f);
+  EXPECT_NEAR(dist2, 2 * 0.05f * 0.05f, 1e-7f);
+}
+
+}  // namespace

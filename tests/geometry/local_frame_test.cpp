@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: MIT
+// Local frames: normalisation (zero and NaN left alone), default perpendiculars and (u, v, n)
+// frames as orthonormal right-handed triples, and frame coordinates as a reconstruction.
+
+#include <qvmath/geometry/local_frame.h>
+
+#include <cmath>
+#include <limits>
+
+#include "geometry/geom_test_util.h"
+
+namespace {
+
+using qvtest::V3;
+
+template <class T>
+class LocalFrameTest : public ::testing::Test {};
+using Reals = ::testing::Types<float, double>;
+TYPED_TEST_SUITE(LocalFrameTest, Reals);
+
+TYPED_TEST(LocalFrameTest, Basics_DefaultPerpendicularExamples) {
+  using T = TypeParam;
+  const T z[3] = {0, 0, 1}, x[3] = {1, 0, 0};
+  T out[3];
+  BuildDefPerpendicular(z, out);
+  EXPECT_EQ(out[0], T(0));
+  EXPECT_EQ(out[1], T(-1));
+  EXPECT_EQ(out[2], T(0));
+  BuildDefPerpendicular(x, out);
+  EXPECT_EQ(out[0], T(0));
+  EXPECT_EQ(out[1], T(1));
+  EXPECT_EQ(out[2], T(0));
+}
+
+TYPED_TEST(LocalFrameTest, Properties_FrameIsOrthonormalRightHanded) {
+  using T = TypeParam;
+  qvtest::TestRng rng(5401);
+  SCOPED_TRACE(rng.Trace());
+  const double tol = 16 * qvtest::Eps<T>();  // a handful of roundings per component
+  for (int trial = 0; trial < 1000; ++trial) {
+    V3 nd = qvtest::RandomUnit(rng);
+    if (trial % 4 == 0) nd = V3{nd[0] * 0.1, nd[1] * 0.1, nd[2]};  // near the z axis
+    nd = qvtest::Scale(nd, 1 / std::sqrt(qvtest::Norm2(nd)));
+    const T n[3] = {qvtest::RoundTo<T>(nd[0]), qvtest::RoundTo<T>(nd[1]),
+                    qvtest::RoundTo<T>(nd[2])};
+    T u[3], v[3];
+    BuildUCSbyVector(n, u, v);
+    const V3 U = qvtest::ToV3(u), Vv = qvtest::ToV3(v), N = qvtest::ToV3(n);
+    EXPECT_NEAR(qvtest::Norm2(U), 1, tol);
+    EXPECT_NEAR(qvtest::Norm2(Vv), 1, tol);
+    EXPECT_NEAR(qvtest::Dot(U, N), 0, tol);
+    EXPECT_NEAR(qvtest::Dot(Vv, N), 0, tol);
+    EXPECT_NEAR(qvtest::Dot(U, Vv), 0, tol);
+    EXPECT_NEAR(qvtest::Dot(qvtest::Cross(U, Vv), N), 1, tol);  // right-handed
+    // The perpendicular is the one the branch rule picks: z zero off the z axis.
+    if (nd[0] * nd[0] + nd[1] * nd[1] > 0.11) {
+      EXPECT_EQ(u[2], T(0));
+    }
+    if (nd[0] * nd[0] + nd[1] * nd[1] < 0.09) {
+      EXPECT_EQ(u[0], T(0));
+    }
+  }
+}
+
+TYPED_TEST(LocalFrameTest, Properties_NormalizeVector) {
+  using T = TypeParam;
+  qvtest::TestRng rng(5402);
+  SCOPED_TRACE(rng.Trace());
+  for (int trial = 0; trial < 500; ++trial) {
+    const auto p = qvtest::RandomPoint<T>(rng, std::pow(10.0, rng.Uniform(-10, 10)));
+    T q[3] = {p[0], p[1], p[2]};
+    NormalizeVector(q);
+    EXPECT_NEAR(qvtest::Norm2(qvtest::ToV3(q)), 1, 8 * qvtest::Eps<T>());
+    // Direction kept: q is a positive multiple of p.
+    const V3 c = qvtest::Cross(qvtest::ToV3(q), qvtest::ToV3(p.data()));
+    EXPECT_LE(qvtest::Norm2(c),
+              64 * qvtest::Eps<T>() * qvtest::Eps<T>() * qvtest::Norm2(qvtest::ToV3(p.data())));
+    EXPECT_GT(qvtest::Dot(qvtest::ToV3(q), qvtest::ToV3(p.data())), 0);
+  }
+  T zero[3] = {0, 0, 0};
+  NormalizeVector(zero);
+  for (T c : zero) EXPECT_EQ(c, T(0));
+  const T nan = std::numeric_limits<T>::quiet_NaN();
+  T bad[3] = {nan, 1, 2};
+  NormalizeVector(bad);
+  EXPECT_TRUE(std::isnan(bad[0]));
+  EXPECT_EQ(bad[1], T(1));
+  EXPECT_EQ(bad[2], T(2));
+}
+
+TEST(LocalFrameFloatTest, Regression_FloatNormalizeMatchesDoubleLengthRounded) {
+  // The float overload takes the length in double: components whose float squares would
+  // overflow still normalise.
+  float big[3] = {3e20f, 4e20f, 0};
+  NormalizeVector(big);
+  EXPECT_NEAR(big[0], 0.6f, 1e-7f);
+  EXPECT_NEAR(big[1], 0.8f, 1e-7f);
+  float tiny[3] = {3e-30f, 4e-30f, 0};  // float squares would underflow to 0
+  NormalizeVector(tiny);
+  EXPECT_NEAR(tiny[0], 0.6f, 1e-7f);
+  EXPECT_NEAR(tiny[1], 0.8f, 1e-7f);
+}
+
+TEST(LocalFrameCoordTest, Properties_CoordinatesReconstructProjection) {
+  qvtest::TestRng rng(5403);
+  SCOPED_TRACE(rng.Trace());
+  for (int trial = 0; trial < 500; ++trial) {
+    const V3 e1 = qvtest::RandomPoint<double>(rng, 5), e2 = qvtest::RandomPoint<double>(rng, 5);
+    const double x0 = rng.Uniform(-10, 10), y0 = rng.Uniform(-10, 10);
+    const V3 n = qvtest::Cross(e1, e2);
+    if (qvtest::Norm2(n) < 1e-2 * qvtest::Norm2(e1) * qvtest::Norm2(e2)) continue;
+    // p = in-plane part + an offset along the normal, which least squares must ignore.
+    const V3 p = qvtest::Add(qvtest::Add(qvtest::Scale(e1, x0), qvtest::Scale(e2, y0)),
+                             qvtest::Scale(n, rng.Uniform(-3, 3)));
+    double x = 0, y = 0;
+    ASSERT_TRUE(CoordinateRelativeForPlaneReperDbl(p.data(), e1.data(), e2.data(), x, y, 1e-6));
+    EXPECT_NEAR(x, x0, 1e-9);
+    EXPECT_NEAR(y, y0, 1e-9);
+  }
+}
+
+TEST(LocalFrameCoordTest, Degenerate_ParallelFrameRejected) {
+  const double e1[3] = {1, 2, 3}, e2[3] = {2, 4, 6}, p[3] = {1, 1, 1};
+  double x = 42, y = 43;
+  EXPECT_FALSE(CoordinateRelativeForPlaneReperDbl(p, e1, e2, x, y, 1e-6));
+  EXPECT_EQ(x, 42);
+  EXPECT_EQ(y, 43);
+  const double zero[3] = {0, 0, 0};
+  EXPECT_FALSE(CoordinateRelativeForPlaneReperDbl(p, zero, e2, x, y, 0));
+  // The bound is relative to the shorter vector: sin² of 1e-2 rad ≈ 1e-4 at length ratio
+  // 1 passes tol 1e-5 but fails tol 1e-3.
+  const double f1[3] = {1, 0, 0}, f2[3] = {std::cos(1e-2), std::sin(1e-2), 0};
+  EXPECT_TRUE(CoordinateRelativeForPlaneReperDbl(p, f1, f2, x, y, 1e-5));
+  EXPECT_FALSE(CoordinateRelativeForPlaneReperDbl(p, f1, f2, x, y, 1e-3));
+}
+
+}  // namespace

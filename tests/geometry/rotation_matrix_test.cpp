@@ -1,0 +1,150 @@
+// SPDX-License-Identifier: MIT
+// CRotationMatrix: value semantics, constants, the relative symmetry tests, arithmetic, and
+// the LAPACK inverse against Eigen's.
+
+#include <qvmath/geometry/rotation_matrix.h>
+
+#include <Eigen/Dense>
+#include <cmath>
+#include <limits>
+
+#include "geometry/geom_test_util.h"
+
+namespace {
+
+using REmath::Point3D_d;
+
+CRotationMatrix FromEigen(const Eigen::Matrix3d& e) {
+  CRotationMatrix r;
+  for (int i = 0; i < 3; ++i)
+    for (int j = 0; j < 3; ++j) r.m[i][j] = e(i, j);
+  return r;
+}
+
+Eigen::Matrix3d ToEigen(const CRotationMatrix& r) {
+  Eigen::Matrix3d e;
+  for (int i = 0; i < 3; ++i)
+    for (int j = 0; j < 3; ++j) e(i, j) = r.m[i][j];
+  return e;
+}
+
+void ExpectSame(const CRotationMatrix& a, const CRotationMatrix& b) {
+  for (int i = 0; i < 3; ++i)
+    for (int j = 0; j < 3; ++j) EXPECT_EQ(a.m[i][j], b.m[i][j]) << i << "," << j;
+}
+
+TEST(RotationMatrixTest, Basics_DefaultIsIdentityAndConstants) {
+  const CRotationMatrix def;
+  for (int i = 0; i < 3; ++i)
+    for (int j = 0; j < 3; ++j) {
+      EXPECT_EQ(def.m[i][j], i == j ? 1.0 : 0.0);
+      EXPECT_EQ(CRotationMatrix::Zero().m[i][j], 0.0);
+    }
+  ExpectSame(def, CRotationMatrix::Identity());
+  // The constants are shared objects.
+  EXPECT_EQ(&CRotationMatrix::Identity(), &CRotationMatrix::Identity());
+  static_assert(sizeof(CRotationMatrix) == 9 * sizeof(double), "nine doubles, nothing else");
+}
+
+TEST(RotationMatrixTest, Basics_RowsColumnsAndTranspose) {
+  const Point3D_d r0(1.0, 2.0, 3.0), r1(4.0, 5.0, 6.0), r2(7.0, 8.0, 9.5);
+  const CRotationMatrix byRows = CRotationMatrix::buildFromRows(r0, r1, r2);
+  const CRotationMatrix byCols = CRotationMatrix::buildFromColumns(r0, r1, r2);
+  EXPECT_EQ(byRows.m[0][1], 2.0);  // row-major: m[row][col]
+  EXPECT_EQ(byRows.m[2][2], 9.5);
+  ExpectSame(byRows.getTransposed(), byCols);
+  CRotationMatrix t = byRows;
+  t.transpose();
+  ExpectSame(t, byCols);
+  t.transpose();
+  ExpectSame(t, byRows);
+  EXPECT_EQ(byRows.getRow(1).y(), 5.0);
+  EXPECT_EQ(byRows.getColumn(2).x(), 3.0);
+  EXPECT_EQ(byCols.getColumn(1).z(), 6.0);
+  CRotationMatrix s;
+  s.setRow(2, r0);
+  s.setColumn(0, r1);  // overwrites s.m[2][0] written by setRow
+  EXPECT_EQ(s.m[2][0], 6.0);
+  EXPECT_EQ(s.m[2][1], 2.0);
+  EXPECT_EQ(s.m[1][1], 1.0);
+}
+
+TEST(RotationMatrixTest, Basics_ArithmeticQuirks) {
+  const double a[3][3] = {{1, 2, 3}, {4, 5, 6}, {7, 8, 9}};
+  const CRotationMatrix m(a);
+  CRotationMatrix sum = m;
+  sum += sum;  // the argument is a copy, so self-addition doubles
+  ExpectSame(sum, m * 2.0);
+  // Division has no zero check.
+  EXPECT_TRUE(std::isinf((m / 0.0).m[0][0]));
+  EXPECT_TRUE(std::isnan((CRotationMatrix::Zero() / 0.0).m[1][1]));
+}
+
+TEST(RotationMatrixTest, Properties_SelfAdjointIsRelativeWithoutFloor) {
+  const double eps = 2.220446049250313e-16;
+  CRotationMatrix m;
+  EXPECT_TRUE(m.isSelfAdjoint());
+  EXPECT_TRUE(CRotationMatrix::Zero().isSelfAdjoint());
+  m.m[0][1] = 1.0;
+  m.m[1][0] = 1.0 + 2 * eps;  // difference 2ε ≤ (1 + 1 + 2ε)·ε
+  EXPECT_TRUE(m.isSelfAdjoint());
+  m.m[1][0] = 1.0 + 4 * eps;  // 4ε > (2 + 4ε)·ε
+  EXPECT_FALSE(m.isSelfAdjoint());
+  EXPECT_TRUE(m.isSelfAdjointAsFloats());
+  m.m[1][0] = 1.0 + 1e-6;  // beyond the float epsilon too
+  EXPECT_FALSE(m.isSelfAdjointAsFloats());
+  // No absolute floor: tiny but unequal entries are not symmetric.
+  CRotationMatrix tiny;
+  tiny.m[1][2] = 1e-300;
+  tiny.m[2][1] = 2e-300;
+  EXPECT_FALSE(tiny.isSelfAdjoint());
+  EXPECT_FALSE(tiny.isSelfAdjointAsFloats());
+  tiny.m[2][1] = 1e-300;
+  EXPECT_TRUE(tiny.isSelfAdjoint());
+  // Only the off-diagonal pairs are compared, the lower pair (2, 0) too.
+  CRotationMatrix low;
+  low.m[2][0] = 1.0;
+  EXPECT_FALSE(low.isSelfAdjoint());
+  low.m[0][2] = 1.0;
+  low.m[1][1] = 1e300;
+  EXPECT_TRUE(low.isSelfAdjoint());
+}
+
+TEST(RotationMatrixTest, Properties_InverseAgreesWithEigen) {
+  qvtest::TestRng rng(5101);
+  SCOPED_TRACE(rng.Trace());
+  for (int trial = 0; trial < 500; ++trial) {
+    Eigen::Matrix3d e;
+    for (int i = 0; i < 3; ++i)
+      for (int j = 0; j < 3; ++j) e(i, j) = rng.Uniform(-10, 10);
+    // Keep to reasonably conditioned matrices so that a loose relative bound is fair.
+    const double cond = e.norm() * e.inverse().norm();
+    if (!(cond < 1e6)) continue;
+    CRotationMatrix inv;
+    ASSERT_TRUE(invertMatrix(FromEigen(e), inv));
+    const Eigen::Matrix3d ref = e.inverse();
+    // Both are backward stable: the difference is bounded by a few ulps times cond.
+    const double tol = 64 * qvtest::Eps<double>() * cond * ref.norm();
+    EXPECT_LE((ToEigen(inv) - ref).norm(), tol) << "trial " << trial;
+    EXPECT_LE((e * ToEigen(inv) - Eigen::Matrix3d::Identity()).norm(),
+              64 * qvtest::Eps<double>() * cond);
+  }
+}
+
+TEST(RotationMatrixTest, Properties_InverseInPlaceAndOfRotation) {
+  const double a[3][3] = {{0, -1, 0}, {1, 0, 0}, {0, 0, 1}};  // quarter turn about z
+  CRotationMatrix m(a);
+  ASSERT_TRUE(invertMatrix(m, m));
+  ExpectSame(m, CRotationMatrix(a).getTransposed());  // exact: pivots are ±1
+}
+
+TEST(RotationMatrixTest, Degenerate_SingularLeavesOutUntouched) {
+  const double rank2[3][3] = {{1, 2, 3}, {2, 4, 6}, {0, 1, 1}};
+  CRotationMatrix out = CRotationMatrix::Identity() * 7.0;
+  EXPECT_FALSE(invertMatrix(CRotationMatrix(rank2), out));
+  ExpectSame(out, CRotationMatrix::Identity() * 7.0);
+  EXPECT_FALSE(invertMatrix(CRotationMatrix::Zero(), out));
+  ExpectSame(out, CRotationMatrix::Identity() * 7.0);
+}
+
+}  // namespace

@@ -1,0 +1,123 @@
+// SPDX-License-Identifier: MIT
+// Closest points of two lines: the common perpendicular against the analytic skew distance,
+// the near-parallel thresholds, the squared-gap test, and the midpoint.
+
+#include <qvmath/geometry/two_lines.h>
+
+#include <cmath>
+
+#include "geometry/geom_test_util.h"
+
+namespace {
+
+using qvtest::V3;
+
+template <class T>
+class TwoLinesTest : public ::testing::Test {};
+using Reals = ::testing::Types<float, double>;
+TYPED_TEST_SUITE(TwoLinesTest, Reals);
+
+TYPED_TEST(TwoLinesTest, Properties_CommonPerpendicularOfSkewLines) {
+  using T = TypeParam;
+  qvtest::TestRng rng(5901);
+  SCOPED_TRACE(rng.Trace());
+  int checked = 0;
+  for (int trial = 0; trial < 2000; ++trial) {
+    const auto P1 = qvtest::RandomPoint<T>(rng, 10), P2 = qvtest::RandomPoint<T>(rng, 10);
+    const auto a = qvtest::RandomPoint<T>(rng, 2), b = qvtest::RandomPoint<T>(rng, 2);
+    const V3 A = qvtest::ToV3(a.data()), B = qvtest::ToV3(b.data());
+    const V3 R = qvtest::Sub(qvtest::ToV3(P2.data()), qvtest::ToV3(P1.data()));
+    const V3 n = qvtest::Cross(A, B);
+    const double sin2 = qvtest::Norm2(n) / (qvtest::Norm2(A) * qvtest::Norm2(B));
+    // The analytic distance between the lines: |R·(a × b)| / |a × b|.
+    const double gap2 = qvtest::Dot(R, n) * qvtest::Dot(R, n) / qvtest::Norm2(n);
+
+    T r[3] = {T(P2[0] - P1[0]), T(P2[1] - P1[1]), T(P2[2] - P1[2])};
+    T t[2] = {-99, -99};
+    const bool met = meetTwoVectors(a.data(), b.data(), r, t, T(1e30));
+    if (sin2 < 0.0076 * 0.99 || sin2 > 0.0076 * 1.01) {
+      ASSERT_EQ(met, sin2 > 0.0076) << trial;  // false only for near-parallel lines
+    }
+    T t2[2] = {-99, -99};
+    const bool solved = MakeMinDist2Lines(P1.data(), a.data(), P2.data(), b.data(), t2);
+    if (!met || sin2 < 0.05) continue;  // conditioning: keep the angle above ~13°
+    ASSERT_TRUE(solved);
+    ++checked;
+    // Both routines solve the same normal equations.
+    const double tolT = 256 * qvtest::Eps<T>() * (1 + 20 / sin2);
+    EXPECT_NEAR(t[0], t2[0], tolT * (1 + std::fabs(t2[0])));
+    EXPECT_NEAR(t[1], t2[1], tolT * (1 + std::fabs(t2[1])));
+    // The gap vector realises the analytic distance and is perpendicular to both lines.
+    const V3 G = qvtest::ToV3(r);
+    EXPECT_NEAR(qvtest::Norm2(G), gap2, tolT * 100 * (1 + gap2)) << trial;
+    EXPECT_NEAR(qvtest::Dot(G, A), 0, tolT * 100);
+    EXPECT_NEAR(qvtest::Dot(G, B), 0, tolT * 100);
+    // The midpoint sits halfway between the two feet.
+    T mid[3];
+    makeTwoVectorsMediumPoint(P1.data(), P2.data(), a.data(), b.data(), t2, mid);
+    const V3 f1 = qvtest::Add(qvtest::ToV3(P1.data()), qvtest::Scale(A, t2[0]));
+    const V3 f2 = qvtest::Add(qvtest::ToV3(P2.data()), qvtest::Scale(B, t2[1]));
+    const V3 m = qvtest::Scale(qvtest::Add(f1, f2), 0.5);
+    for (int i = 0; i < 3; ++i) EXPECT_NEAR(mid[i], m[i], 64 * qvtest::Eps<T>() * 100);
+  }
+  EXPECT_GT(checked, 1000);
+}
+
+TYPED_TEST(TwoLinesTest, Regions_PerpendicularIntersectingLinesMeetExactly) {
+  using T = TypeParam;
+  // L1 through (−2, 3, 0) along x, L2 through (0, 5, 0) along y: they cross at (0, 3, 0).
+  const T P1[3] = {-2, 3, 0}, P2[3] = {0, 5, 0}, a[3] = {1, 0, 0}, b[3] = {0, 1, 0};
+  T r[3] = {2, 2, 0}, t[2];
+  EXPECT_TRUE(meetTwoVectors(a, b, r, t, T(1e-30)));
+  EXPECT_EQ(t[0], T(2));
+  EXPECT_EQ(t[1], T(-2));
+  for (T c : r) EXPECT_EQ(c, T(0));
+  T r0[3] = {2, 2, 0};
+  EXPECT_FALSE(meetTwoVectors(a, b, r0, t, T(0)));  // |r|² < tol is strict
+  T mid[3];
+  makeTwoVectorsMediumPoint(P1, P2, a, b, t, mid);
+  EXPECT_EQ(mid[0], T(0));
+  EXPECT_EQ(mid[1], T(3));
+  EXPECT_EQ(mid[2], T(0));
+  // Skew by 1 in z: the squared gap 1 passes tol 1.01 but not tol 1.
+  T r1[3] = {2, 2, 1};
+  EXPECT_TRUE(meetTwoVectors(a, b, r1, t, T(1.01)));
+  EXPECT_EQ(r1[2], T(1));
+  T r2[3] = {2, 2, 1};
+  EXPECT_FALSE(meetTwoVectors(a, b, r2, t, T(1)));
+  EXPECT_EQ(r2[2], T(1));  // written even when the gap test fails
+  EXPECT_EQ(r2[0], T(0));
+}
+
+TYPED_TEST(TwoLinesTest, Degenerate_NearParallelThresholds) {
+  using T = TypeParam;
+  const T a[3] = {1, 0, 0};
+  // sin² just above and below 0.0076 for meetTwoVectors.
+  const double s_hi = std::sqrt(0.0077), s_lo = std::sqrt(0.0075);
+  const T bHi[3] = {T(std::sqrt(1 - 0.0077)), T(s_hi), 0};
+  const T bLo[3] = {T(std::sqrt(1 - 0.0075)), T(s_lo), 0};
+  T r[3] = {0, 1, 0}, t[2] = {-5, -5};
+  EXPECT_TRUE(meetTwoVectors(a, bHi, r, t, T(1e30)));
+  T r2[3] = {0, 1, 0}, t2[2] = {-5, -5};
+  EXPECT_FALSE(meetTwoVectors(a, bLo, r2, t2, T(1e30)));
+  EXPECT_EQ(r2[1], T(1));  // untouched
+  EXPECT_EQ(t2[0], T(-5));
+  // MakeMinDist2Lines only rejects (almost) exact parallels: |D| ≤ 1e-6·aa·bb.
+  const T P1[3] = {0, 0, 0}, P2[3] = {0, 1, 0};
+  T t3[2] = {-5, -5};
+  EXPECT_TRUE(MakeMinDist2Lines(P1, a, P2, bLo, t3));
+  const T bPar[3] = {-3, 0, 0};
+  T t4[2] = {-5, -5};
+  EXPECT_FALSE(MakeMinDist2Lines(P1, a, P2, bPar, t4));
+  EXPECT_EQ(t4[0], T(-5));
+  const T zero[3] = {0, 0, 0};
+  EXPECT_FALSE(MakeMinDist2Lines(P1, a, P2, zero, t4));
+  T r3[3] = {0, 1, 0};
+  EXPECT_FALSE(meetTwoVectors(a, zero, r3, t4, T(1e30)));
+  // sin² = 1e-7 is below the 1e-6 factor; sin² = 1e-5 is above it.
+  const T b7[3] = {1, T(std::sqrt(1e-7)), 0}, b5[3] = {1, T(std::sqrt(1e-5)), 0};
+  EXPECT_FALSE(MakeMinDist2Lines(P1, a, P2, b7, t4));
+  EXPECT_TRUE(MakeMinDist2Lines(P1, a, P2, b5, t4));
+}
+
+}  // namespace
