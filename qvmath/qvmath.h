@@ -11,12 +11,19 @@
 #include <qvmath/platform/temp_file.h>
 
 // Points, colours, vectors, matrices, dense solvers
+#include <qvmath/core/bicgstab.h>
 #include <qvmath/core/colour.h>
+#include <qvmath/core/eigen_sa.h>
 #include <qvmath/core/element_types.h>
 #include <qvmath/core/functor.h>
+#include <qvmath/core/gauss_jordan.h>
+#include <qvmath/core/gen_right_eigen.h>
 #include <qvmath/core/hpoint3d.h>
 #include <qvmath/core/matrix.h>
 #include <qvmath/core/point3d.h>
+#include <qvmath/core/solve_mat.h>
+#include <qvmath/core/sparse_vector.h>
+#include <qvmath/core/tridiag_eigen.h>
 #include <qvmath/core/vector.h>
 
 // Geometry kernel

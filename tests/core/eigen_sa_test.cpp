@@ -1,0 +1,180 @@
+// SPDX-License-Identifier: MIT
+#include <qvmath/core/eigen_sa.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cmath>
+#include <cstdlib>
+#include <new>
+#include <stdexcept>
+#include <string>
+
+#include <qvmath/core/matrix.h>
+#include <qvmath/core/tridiag_eigen.h>
+
+#include "test_util.h"
+
+using REmath::Point3D_d;
+
+// Every heap allocation of the process is counted, so that the test can prove the
+// per-neighbourhood routine allocates nothing. GCC's -Wmismatched-new-delete cannot see
+// that these replacements pair malloc with free.
+static std::atomic<long> g_allocations{0};
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+void* operator new(std::size_t size) {
+  ++g_allocations;
+  if (void* p = std::malloc(size == 0 ? 1 : size)) return p;
+  throw std::bad_alloc();
+}
+void* operator new[](std::size_t size) { return operator new(size); }
+void operator delete(void* p) noexcept { std::free(p); }
+void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+void operator delete[](void* p) noexcept { std::free(p); }
+void operator delete[](void* p, std::size_t) noexcept { std::free(p); }
+#pragma GCC diagnostic pop
+
+namespace {
+
+// Scatter matrix Σ (p − c)(p − c)ᵀ of k random points about their centroid; flatten
+// scales z (0 gives a planar neighbourhood).
+CRotationMatrix Scatter(qvtest::TestRng& rng, int k, double flatten = 1.0) {
+  double pts[40][3], c[3] = {0, 0, 0};
+  for (int i = 0; i < k; ++i)
+    for (int a = 0; a < 3; ++a) c[a] += (pts[i][a] = (a == 2 ? flatten : 1.0) * rng.Uniform(-1, 1)) / k;
+  CRotationMatrix m = CRotationMatrix::Zero();
+  for (int i = 0; i < k; ++i)
+    for (int a = 0; a < 3; ++a)
+      for (int b = 0; b < 3; ++b) m.m[a][b] += (pts[i][a] - c[a]) * (pts[i][b] - c[b]);
+  return m;
+}
+
+double Dot(const Point3D_d& a, const Point3D_d& b) {
+  return a.x() * b.x() + a.y() * b.y() + a.z() * b.z();
+}
+
+}  // namespace
+
+TEST(EigenSATest, Properties_EigenpairsOfScatterMatrices) {
+  qvtest::TestRng rng(600613);
+  SCOPED_TRACE(rng.Trace());
+  for (int trial = 0; trial < 300; ++trial) {
+    const CRotationMatrix m = Scatter(rng, 3 + trial % 37, trial % 5 == 0 ? 1e-3 : 1.0);
+    Point3D_d v[3], u[3];
+    double val[3], uval[3];
+    REmath::GetEigenVectorsSA(m, v, val, false);
+    // Bit for bit what tred2_d + tqli_d give on a copy (whose spectrum is checked against
+    // LAPACK in the tridiagonal tests).
+    double z[3][3], d[3], e[3];
+    double* rows[3] = {z[0], z[1], z[2]};
+    for (int i = 0; i < 3; ++i)
+      for (int j = 0; j < 3; ++j) z[i][j] = m.m[i][j];
+    REmath::tred2_d(rows, 3, d, e);
+    ASSERT_EQ(REmath::tqli_d(d, e, 3, rows), 1);
+    // Backward stable: A·v = λ·v and VᵀV = I within k·n·ε, n = 3, k = 8.
+    const double tol = 24 * qvtest::Eps<double>();
+    double normA = 0.0;
+    for (const auto& row : m.m)
+      for (double x : row) normA = std::max(normA, 3 * std::abs(x));
+    REmath::GetEigenVectorsSA(m, u, uval, true);
+    for (int k = 0; k < 3; ++k) {
+      EXPECT_EQ(val[k], d[k]);
+      const double c[3] = {v[k].x(), v[k].y(), v[k].z()};
+      for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(c[i], z[i][k]);
+        const double av = m.m[i][0] * c[0] + m.m[i][1] * c[1] + m.m[i][2] * c[2];
+        EXPECT_NEAR(av, val[k] * c[i], tol * normA);
+      }
+      for (int l = 0; l < 3; ++l) EXPECT_NEAR(Dot(v[k], v[l]), k == l ? 1.0 : 0.0, tol);
+      // normalize only rescales to unit length.
+      EXPECT_EQ(uval[k], val[k]);
+      EXPECT_NEAR(u[k].length(), 1.0, 2 * qvtest::Eps<double>());
+      EXPECT_NEAR(Dot(u[k], v[k]), 1.0, 4 * qvtest::Eps<double>());
+    }
+  }
+}
+
+TEST(EigenSATest, Degenerate_DiagonalZeroAndPlanarMatrices) {
+  // Diagonal: already converged, so the values stay in input order 3, 1, 2 (no sorting)
+  // with the unit axes as vectors. Zero matrix (coincident points): zeros and the axes.
+  Point3D_d v[3];
+  double val[3];
+  const double diag[3][3] = {{3, 0, 0}, {0, 1, 0}, {0, 0, 2}};
+  const double expected[3] = {3, 1, 2};
+  for (const CRotationMatrix& m : {CRotationMatrix(diag), CRotationMatrix::Zero()}) {
+    const bool zero = m.m[0][0] == 0.0;
+    REmath::GetEigenVectorsSA(m, v, val, true);
+    for (int k = 0; k < 3; ++k) {
+      EXPECT_EQ(val[k], zero ? 0.0 : expected[k]);
+      EXPECT_EQ(std::abs(Dot(v[k], Point3D_d(k == 0, k == 1, k == 2))), 1.0);
+    }
+  }
+  // Planar neighbourhood: one zero eigenvalue, its vector the plane normal.
+  qvtest::TestRng rng(12);
+  REmath::GetEigenVectorsSA(Scatter(rng, 10, 0.0), v, val, true);
+  int normals = 0;
+  for (int k = 0; k < 3; ++k) {
+    if (std::abs(val[k]) > 16 * qvtest::Eps<double>()) continue;
+    ++normals;
+    EXPECT_NEAR(std::abs(v[k].z()), 1.0, 16 * qvtest::Eps<double>());
+  }
+  EXPECT_EQ(normals, 1);
+}
+
+TEST(EigenSATest, Degenerate_OnlyLowerTriangleReadAndNaNThrows) {
+  qvtest::TestRng rng(5);
+  const CRotationMatrix m = Scatter(rng, 8);
+  CRotationMatrix poisoned = m;
+  poisoned.m[0][1] = poisoned.m[0][2] = poisoned.m[1][2] = std::nan("");
+  Point3D_d v[3], w[3];
+  double a[3], b[3];
+  REmath::GetEigenVectorsSA(m, v, a, false);
+  REmath::GetEigenVectorsSA(poisoned, w, b, false);
+  for (int k = 0; k < 3; ++k) {
+    EXPECT_EQ(a[k], b[k]);
+    EXPECT_EQ(Dot(v[k], w[k]), Dot(v[k], v[k]));
+  }
+  poisoned.m[2][1] = std::nan("");
+  try {
+    REmath::GetEigenVectorsSA(poisoned, v, a, true);
+    ADD_FAILURE() << "no exception";
+  } catch (const std::runtime_error& e) {
+    EXPECT_EQ(std::string(e.what()), "GetEigenVectorsSA failed");
+  }
+}
+
+TEST(EigenSATest, Properties_NoHeapAllocation) {
+  qvtest::TestRng rng(99);
+  CRotationMatrix mats[64];
+  for (auto& m : mats) m = Scatter(rng, 12);
+  Point3D_d v[3];
+  double val[3];
+  const long before = g_allocations.load();
+  for (const auto& m : mats) REmath::GetEigenVectorsSA(m, v, val, true);
+  EXPECT_EQ(g_allocations.load(), before);
+  { const REmath::Matrix<double> owning(4, 4); }  // control: library allocations are seen
+  EXPECT_GT(g_allocations.load(), before);
+}
+
+TEST(IsSelfAdjointTest, Quirks_AbsoluteStrictFloatEpsilon) {
+  CRotationMatrix m;  // identity
+  EXPECT_TRUE(REmath::IsSelfAdjoint(m));
+  m.m[0][1] = 2e-7;
+  EXPECT_FALSE(REmath::IsSelfAdjoint(m));
+  m.m[0][1] = 1e-7;
+  EXPECT_TRUE(REmath::IsSelfAdjoint(m));
+  m.m[0][1] = 1.1920928955078125e-07;  // exactly the tolerance: strict, so false
+  EXPECT_FALSE(REmath::IsSelfAdjoint(m));
+  m.m[0][1] = 0.0;
+  // Absolute, not relative: one ulp apart at 1e10 (about 2e-6) fails.
+  m.m[1][2] = 1e10;
+  m.m[2][1] = std::nextafter(1e10, 2e10);
+  EXPECT_FALSE(REmath::IsSelfAdjoint(m));
+  EXPECT_TRUE(m.isSelfAdjoint());  // the relative test of the matrix class accepts it
+  m.m[2][1] = 1e10;
+  m.m[0][0] = std::nan("");  // the diagonal is not compared
+  EXPECT_TRUE(REmath::IsSelfAdjoint(m));
+  m.m[2][0] = std::nan("");
+  EXPECT_FALSE(REmath::IsSelfAdjoint(m));
+}

@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: MIT
+#include <qvmath/core/gauss_jordan.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <vector>
+
+#include "core/dense_solver_test_util.h"
+#include "test_util.h"
+
+using qvtest::Eps;
+using qvtest::RowMat;
+using qvtest::TestRng;
+using REmath::gaussj;
+
+
+TEST(GaussJordanTest, Properties_InverseAndSolutionsOfRandomSystems) {
+  // Diagonally dominant matrices are well conditioned: the backward-stable elimination
+  // leaves residuals of a few n·ε·‖A‖·‖X‖; k = 8.
+  TestRng rng(5150);
+  SCOPED_TRACE(rng.Trace());
+  for (int n : {1, 2, 3, 7, 16, 50}) {
+    for (int m : {0, 1, 3, 50}) {
+      const RowMat<double> a0 = qvtest::RandomGeneral(rng, n, n, 0.5 * n + 1.0);
+      const RowMat<double> b0 = qvtest::RandomGeneral(rng, n, m);
+      RowMat<double> a = a0, b = b0;
+      ASSERT_EQ(gaussj(a.rows(), n, b.rows(), m), 1) << "n = " << n << ", m = " << m;
+      const Eigen::MatrixXd A = a0.Double(), Ainv = a.Double(), X = b.Double();
+      const double tol = 8 * n * Eps<double>() * A.norm() * Ainv.norm();
+      EXPECT_LE((A * Ainv - Eigen::MatrixXd::Identity(n, n)).norm(), tol) << "n = " << n;
+      EXPECT_LE((A * X - b0.Double()).norm(), tol * (1 + X.norm())) << "n = " << n;
+    }
+  }
+}
+
+TEST(GaussJordanTest, Properties_PivotingOnPermutedMatrixIsExact) {
+  // A scaled permutation matrix forces every pivot off the diagonal, so the row swaps and
+  // the final column unscrambling are all exercised; with power-of-two entries every
+  // operation is exact and the inverse D⁻¹·Pᵀ comes back bit for bit.
+  const int n = 6;
+  const int perm[n] = {3, 0, 5, 1, 4, 2};
+  const double scale[n] = {2.0, -0.5, 4.0, 8.0, -1.0, 0.25};
+  RowMat<double> a(n), b(n, 1);
+  for (int i = 0; i < n; ++i) {
+    a(i, perm[i]) = scale[i];
+    b(i, 0) = double(i + 1);
+  }
+  ASSERT_EQ(gaussj(a.rows(), n, b.rows(), 1), 1);
+  for (int i = 0; i < n; ++i) {
+    for (int j = 0; j < n; ++j) EXPECT_EQ(a(perm[i], j), j == i ? 1.0 / scale[i] : 0.0);
+    EXPECT_EQ(b(perm[i], 0), double(i + 1) / scale[i]);
+  }
+}
+
+TEST(GaussJordanTest, Quirks_LaterElementWinsTiesAndStateAfterZeroPivot) {
+  // [[2, 2], [1, 1]] is singular. The tie between a(0,0) and a(0,1) goes to the later one,
+  // so the first pivot is (0, 1): rows 0 and 1 swap, row 1 becomes [1, 0.5], row 0 is
+  // eliminated to [0, −0.5]; the second pass meets the exact zero a(0, 0) and returns −1.
+  // (Taking the first of equal elements would leave [[0.5, 1], [−0.5, 0]] instead.)
+  RowMat<double> a(2), b(2, 1);
+  a(0, 0) = a(0, 1) = 2.0;
+  a(1, 0) = a(1, 1) = 1.0;
+  b(0, 0) = 1.0;
+  EXPECT_EQ(gaussj(a.rows(), 2, b.rows(), 1), -1);
+  EXPECT_EQ(a(0, 0), 0.0);
+  EXPECT_EQ(a(0, 1), -0.5);
+  EXPECT_EQ(a(1, 0), 1.0);
+  EXPECT_EQ(a(1, 1), 0.5);
+  EXPECT_EQ(b(0, 0), -0.5);  // b = (1, 0) swapped, scaled and eliminated alike
+  EXPECT_EQ(b(1, 0), 0.5);
+}
+
+TEST(GaussJordanTest, Degenerate_SizeLimitRefusedWithoutTouchingInput) {
+  for (int n : {51, 50}) {
+    const int m = n == 51 ? 1 : 51;
+    RowMat<double> a(n), b(n, m);
+    for (int i = 0; i < n; ++i) a(i, i) = 3.0;
+    const std::vector<double> a0 = a.data(), b0 = b.data();
+    EXPECT_EQ(gaussj(a.rows(), n, b.rows(), m), -1) << "n = " << n << ", m = " << m;
+    EXPECT_EQ(a.data(), a0);
+    EXPECT_EQ(b.data(), b0);
+  }
+  EXPECT_EQ(gaussj(nullptr, -1, nullptr, 0), -1);
+  EXPECT_EQ(gaussj(nullptr, 0, nullptr, 0), 1);  // the empty system is solved
+}
+
+TEST(GaussJordanTest, Degenerate_SingularMatricesNeverSucceed) {
+  TestRng rng(31);
+  SCOPED_TRACE(rng.Trace());
+  for (int n : {1, 2, 5, 12}) {
+    for (int zeroRow = 0; zeroRow < n; ++zeroRow) {
+      RowMat<double> a = qvtest::RandomGeneral(rng, n, n, 2.0), b(n, 2);
+      for (int j = 0; j < n; ++j) a(zeroRow, j) = 0.0;
+      const int rc = gaussj(a.rows(), n, b.rows(), 2);
+      EXPECT_TRUE(rc == -1 || rc == 0) << "n = " << n << ", zero row " << zeroRow;
+    }
+  }
+  // Every candidate NaN: no pivot can be chosen, reported as a pivot used twice.
+  RowMat<double> a(2), b(2, 1);
+  for (int i = 0; i < 2; ++i)
+    for (int j = 0; j < 2; ++j) a(i, j) = std::numeric_limits<double>::quiet_NaN();
+  EXPECT_EQ(gaussj(a.rows(), 2, b.rows(), 1), 0);
+}
