@@ -27,7 +27,10 @@
 #include <qvmath/core/vector.h>
 
 // Geometry kernel
+#include <qvmath/geometry/arc2d.h>
+#include <qvmath/geometry/arrange_points.h>
 #include <qvmath/geometry/axis_rotation.h>
+#include <qvmath/geometry/circumscribe_circle.h>
 #include <qvmath/geometry/dist_point_line.h>
 #include <qvmath/geometry/dist_point_segment.h>
 #include <qvmath/geometry/dist_point_triangle.h>
@@ -35,7 +38,15 @@
 #include <qvmath/geometry/intersect_triang_line.h>
 #include <qvmath/geometry/linear_transform.h>
 #include <qvmath/geometry/local_frame.h>
+#include <qvmath/geometry/point_net.h>
+#include <qvmath/geometry/point_to_curve_projector.h>
+#include <qvmath/geometry/point_to_face_projector.h>
+#include <qvmath/geometry/point_to_geom_obj_projector.h>
+#include <qvmath/geometry/projector_to_polyline.h>
+#include <qvmath/geometry/projector_triangle.h>
+#include <qvmath/geometry/projectors_join.h>
 #include <qvmath/geometry/rotation_matrix.h>
+#include <qvmath/geometry/triangle_bulge.h>
 #include <qvmath/geometry/two_lines.h>
 #include <qvmath/geometry/vector_angles.h>
 

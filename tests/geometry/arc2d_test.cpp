@@ -1,0 +1,393 @@
+// SPDX-License-Identifier: MIT
+#include <qvmath/geometry/arc2d.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <algorithm>
+#include <cstddef>
+#include <type_traits>
+
+#include "test_util.h"
+
+namespace {
+
+constexpr double kPi = 3.14159265358979323846;
+
+static_assert(std::is_standard_layout<CArc2D>::value, "CArc2D is a plain record");
+static_assert(offsetof(CArc2D, m_cx) == 0 && offsetof(CArc2D, m_cy) == 4 &&
+                  offsetof(CArc2D, m_x0) == 8 && offsetof(CArc2D, m_y0) == 12 &&
+                  offsetof(CArc2D, m_x1) == 16 && offsetof(CArc2D, m_y1) == 20 &&
+                  offsetof(CArc2D, m_r) == 24 && offsetof(CArc2D, m_bStraight) == 28 &&
+                  sizeof(CArc2D) == 32,
+              "field order: centre, first point, last point, radius, straight flag");
+
+// Sets the process-wide switch for one scope and restores it.
+class ArcApproxScope {
+ public:
+  explicit ArcApproxScope(bool on) : m_old(CArc2D::m_bArcApprox) { CArc2D::m_bArcApprox = on; }
+  ~ArcApproxScope() { CArc2D::m_bArcApprox = m_old; }
+
+ private:
+  bool m_old;
+};
+
+CArc2D Segment(double x0, double y0, double x1, double y1) {
+  CArc2D a;
+  a.m_x0 = float(x0), a.m_y0 = float(y0), a.m_x1 = float(x1), a.m_y1 = float(y1);
+  a.m_bStraight = 1;
+  return a;
+}
+
+// An arc of the circle (cx, cy, r) from angle a0 to angle a1.
+CArc2D Arc(double cx, double cy, double r, double a0, double a1) {
+  CArc2D a;
+  a.m_cx = float(cx), a.m_cy = float(cy), a.m_r = float(r);
+  a.m_x0 = float(cx + r * std::cos(a0)), a.m_y0 = float(cy + r * std::sin(a0));
+  a.m_x1 = float(cx + r * std::cos(a1)), a.m_y1 = float(cy + r * std::sin(a1));
+  a.m_bStraight = 0;
+  return a;
+}
+
+// Distance from (x, y) to the supporting line or circle of a record, in double.
+double DistToSupport(const CArc2D& a, double x, double y) {
+  if (a.m_bStraight) {
+    const double dx = a.m_x1 - a.m_x0, dy = a.m_y1 - a.m_y0;
+    return std::fabs((x - a.m_x0) * dy - (y - a.m_y0) * dx) / std::hypot(dx, dy);
+  }
+  return std::fabs(std::hypot(x - a.m_cx, y - a.m_cy) - a.m_r);
+}
+
+// Unit running direction of a record at (x, y): the segment's direction, or the arc's
+// tangent the shorter way from its first to its last point. Written independently of the
+// library (angles instead of cross products).
+void Direction(const CArc2D& a, double x, double y, double& tx, double& ty) {
+  if (a.m_bStraight) {
+    const double dx = a.m_x1 - a.m_x0, dy = a.m_y1 - a.m_y0, l = std::hypot(dx, dy);
+    tx = dx / l, ty = dy / l;
+    return;
+  }
+  double sweep = std::atan2(a.m_y1 - a.m_cy, a.m_x1 - a.m_cx) -
+                 std::atan2(a.m_y0 - a.m_cy, a.m_x0 - a.m_cx);
+  while (sweep <= -kPi) sweep += 2 * kPi;
+  while (sweep > kPi) sweep -= 2 * kPi;
+  const double o = sweep < 0 ? -1.0 : 1.0;
+  const double ang = std::atan2(y - a.m_cy, x - a.m_cx);
+  tx = -o * std::sin(ang), ty = o * std::cos(ang);
+}
+
+// Checks that out = (centre, tangent point on a, tangent point on b, r) is a fillet of
+// radius r tangent to both records and continuing the path a → fillet → b smoothly.
+void ExpectFillet(const CArc2D& a, const CArc2D& b, const float* out, double r, double tol) {
+  const double fx = out[0], fy = out[1];
+  for (int k = 0; k < 2; ++k) {
+    const CArc2D& rec = k == 0 ? a : b;
+    const double tx = out[2 + 2 * k], ty = out[3 + 2 * k];
+    SCOPED_TRACE(k == 0 ? "tangent point on the first record" : "tangent point on the second");
+    EXPECT_NEAR(DistToSupport(rec, tx, ty), 0.0, tol);
+    EXPECT_NEAR(std::hypot(tx - fx, ty - fy), r, tol);
+    // The fillet's direction of travel at the tangent point matches the record's.
+    double dx = 0, dy = 0;
+    Direction(rec, tx, ty, dx, dy);
+    const double rx = (tx - fx) / r, ry = (ty - fy) / r;
+    const double turn = rx * dy - ry * dx;  // ±1: the fillet runs along rot90(±radius)
+    EXPECT_NEAR(std::fabs(turn), 1.0, 1e3 * tol);
+    EXPECT_NEAR(rx * dx + ry * dy, 0.0, 1e3 * tol);  // radius ⟂ direction: tangency
+  }
+  // The centre lies on the side the corner turns to, seen from both tangent points (so the
+  // fillet turns with the corner instead of looping the other way round).
+  double d1x, d1y, d2x, d2y, k1x, k1y, k2x, k2y;
+  Direction(a, out[2], out[3], d1x, d1y);
+  Direction(b, out[4], out[5], d2x, d2y);
+  Direction(a, a.m_x1, a.m_y1, k1x, k1y);
+  Direction(b, b.m_x0, b.m_y0, k2x, k2y);
+  const double cornerTurn = k1x * k2y - k1y * k2x;
+  const double left1 = d1x * (fy - out[3]) - d1y * (fx - out[2]);
+  const double left2 = d2x * (fy - out[5]) - d2y * (fx - out[4]);
+  EXPECT_GT(left1 * cornerTurn, 0.0);
+  EXPECT_GT(left2 * cornerTurn, 0.0);
+  EXPECT_EQ(out[6], float(r));
+}
+
+}  // namespace
+
+TEST(CArc2DTest, MakeBy3Points_StraightUntilTheSwitchIsSet) {
+  EXPECT_FALSE(CArc2D::m_bArcApprox);  // the deliberate default
+  float xs[3] = {0, 1, 2}, ys[3] = {0, 1, 0};
+  CArc2D a;
+  a.m_cx = 7, a.m_cy = 8, a.m_r = 9, a.m_bStraight = 0;
+  a.MakeBy3Points(xs, ys);
+  EXPECT_EQ(a.m_bStraight, 1);
+  EXPECT_EQ(a.m_x0, 0.0f); EXPECT_EQ(a.m_y0, 0.0f);
+  EXPECT_EQ(a.m_x1, 2.0f); EXPECT_EQ(a.m_y1, 0.0f);
+  EXPECT_EQ(a.m_cx, 7.0f); EXPECT_EQ(a.m_cy, 8.0f); EXPECT_EQ(a.m_r, 9.0f);
+
+  ArcApproxScope on(true);
+  a.MakeBy3Points(xs, ys);
+  EXPECT_EQ(a.m_bStraight, 0);
+  EXPECT_FLOAT_EQ(a.m_cx, 1.0f);
+  EXPECT_NEAR(a.m_cy, 0.0f, 1e-7);
+  EXPECT_FLOAT_EQ(a.m_r, 1.0f);
+
+  // Collinear points keep a straight record even with the switch set; centre and radius
+  // stay as they were.
+  float cxs[3] = {0, 1, 3}, cys[3] = {1, 2, 4};
+  CArc2D b = a;
+  b.MakeBy3Points(cxs, cys);
+  EXPECT_EQ(b.m_bStraight, 1);
+  EXPECT_EQ(b.m_cx, a.m_cx); EXPECT_EQ(b.m_r, a.m_r);
+  EXPECT_EQ(b.m_x1, 3.0f); EXPECT_EQ(b.m_y1, 4.0f);
+}
+
+TEST(CArc2DTest, Properties_FitsTheCircleThroughThreePoints) {
+  ArcApproxScope on(true);
+  qvtest::TestRng rng(5301);
+  SCOPED_TRACE(rng.Trace());
+  for (int trial = 0; trial < 2000; ++trial) {
+    const double cx = rng.Uniform(-50, 50), cy = rng.Uniform(-50, 50), r = rng.Uniform(0.5, 20);
+    float xs[3], ys[3];
+    double ang[3] = {rng.Uniform(0, 2 * kPi), 0, 0};
+    ang[1] = ang[0] + rng.Uniform(0.3, 2.0);
+    ang[2] = ang[1] + rng.Uniform(0.3, 2.0);
+    for (int k = 0; k < 3; ++k) {
+      xs[k] = float(cx + r * std::cos(ang[k]));
+      ys[k] = float(cy + r * std::sin(ang[k]));
+    }
+    CArc2D a;
+    a.MakeBy3Points(xs, ys);
+    ASSERT_EQ(a.m_bStraight, 0);
+    // Well-spread points: the float closed form keeps about 1e-4 of the coordinate scale
+    // (cancellation in the cubic numerators of points ~70 from the origin).
+    const double tol = 2e-4 * (std::fabs(cx) + std::fabs(cy) + r);
+    EXPECT_NEAR(a.m_cx, cx, tol);
+    EXPECT_NEAR(a.m_cy, cy, tol);
+    EXPECT_NEAR(a.m_r, r, tol);
+    EXPECT_EQ(a.m_x0, xs[0]); EXPECT_EQ(a.m_y1, ys[2]);
+  }
+}
+
+TEST(Arc4pointsErrorTest, Properties_ZeroOnACircleAndRadialOffsetOtherwise) {
+  qvtest::TestRng rng(5302);
+  SCOPED_TRACE(rng.Trace());
+  for (int trial = 0; trial < 500; ++trial) {
+    const double cx = rng.Uniform(-5, 5), cy = rng.Uniform(-5, 5), r = rng.Uniform(1, 5);
+    const double off = rng.Uniform(-0.5, 0.5);
+    float xs[4], ys[4];
+    const double ang[4] = {0.2, 1.1, 2.0, 3.3};
+    for (int k = 0; k < 4; ++k) {
+      const double rr = k == 2 ? r + off : r;
+      xs[k] = float(cx + rr * std::cos(ang[k]));
+      ys[k] = float(cy + rr * std::sin(ang[k]));
+    }
+    EXPECT_NEAR(Arc4pointsError(xs, ys), std::fabs(off), 2e-5 * (10 + r));
+  }
+}
+
+TEST(Arc4pointsErrorTest, Degenerate_CollinearPointsMeasureTheLineDistance) {
+  float xs[4] = {0, 1, 2, 3}, ys[4] = {0, 1, 2, 3};
+  EXPECT_EQ(Arc4pointsError(xs, ys), 0.0f);
+  // Points 0, 1, 3 on y = x; point 2 off it by sqrt(2).
+  float xs2[4] = {0, 1, 3, 3}, ys2[4] = {0, 1, 1, 3};
+  EXPECT_FLOAT_EQ(Arc4pointsError(xs2, ys2), std::sqrt(2.0f));
+}
+
+TEST(Get2ArcsIntersectTest, Properties_TwoLines) {
+  qvtest::TestRng rng(5303);
+  SCOPED_TRACE(rng.Trace());
+  for (int trial = 0; trial < 500; ++trial) {
+    CArc2D arcs[2];
+    for (auto& a : arcs)
+      a = Segment(rng.Uniform(-3, 3), rng.Uniform(-3, 3), rng.Uniform(-3, 3), rng.Uniform(-3, 3));
+    double d0x, d0y, d1x, d1y;
+    Direction(arcs[0], 0, 0, d0x, d0y);
+    Direction(arcs[1], 0, 0, d1x, d1y);
+    const double sine = std::fabs(d0x * d1y - d0y * d1x);
+    if (sine < 0.1) continue;  // the crossing is ill-conditioned
+    float out[2];
+    ASSERT_TRUE(Get2ArcsIntersect(arcs, out));
+    const double tol = 1e-4 * (1 + std::hypot(out[0], out[1])) / sine;
+    EXPECT_NEAR(DistToSupport(arcs[0], out[0], out[1]), 0.0, tol);
+    EXPECT_NEAR(DistToSupport(arcs[1], out[0], out[1]), 0.0, tol);
+  }
+  // Parallel lines are not detected: non-finite coordinates and true.
+  CArc2D par[2] = {Segment(0, 0, 1, 0), Segment(0, 1, 2, 1)};
+  float out[2];
+  EXPECT_TRUE(Get2ArcsIntersect(par, out));
+  EXPECT_FALSE(std::isfinite(out[0]) && std::isfinite(out[1]));
+}
+
+TEST(Get2ArcsIntersectTest, Properties_LineAndCircleTakeTheCandidateNearerTheOrigin) {
+  qvtest::TestRng rng(5304);
+  SCOPED_TRACE(rng.Trace());
+  int hits = 0;
+  for (int trial = 0; trial < 1000; ++trial) {
+    const CArc2D line = Segment(rng.Uniform(-3, 3), rng.Uniform(-3, 3), rng.Uniform(-3, 3),
+                                rng.Uniform(-3, 3));
+    const CArc2D circ = Arc(rng.Uniform(-2, 2), rng.Uniform(-2, 2), rng.Uniform(0.5, 3), 0, 1);
+    // Both orders of the records give the same answer.
+    CArc2D lc[2] = {line, circ}, cl[2] = {circ, line};
+    float out[2] = {42, 43}, out2[2];
+    // The oracle: both crossings in double from the line's parametric form.
+    const double dx = line.m_x1 - line.m_x0, dy = line.m_y1 - line.m_y0;
+    const double ex = line.m_x0 - circ.m_cx, ey = line.m_y0 - circ.m_cy;
+    const double A = dx * dx + dy * dy, B = 2 * (dx * ex + dy * ey),
+                 C = ex * ex + ey * ey - double(circ.m_r) * circ.m_r;
+    const double disc = B * B - 4 * A * C;
+    const bool hit = Get2ArcsIntersect(lc, out);
+    ASSERT_EQ(hit, Get2ArcsIntersect(cl, out2));
+    if (std::fabs(disc) < 1e-3 * B * B + 1e-3) continue;  // grazing: either answer is fine
+    ASSERT_EQ(hit, disc > 0);
+    if (!hit) {
+      EXPECT_EQ(out[0], 42.0f);  // untouched
+      continue;
+    }
+    ++hits;
+    EXPECT_EQ(out[0], out2[0]); EXPECT_EQ(out[1], out2[1]);
+    double px[2], py[2];
+    for (int s = 0; s < 2; ++s) {
+      const double t = (-B + (s ? 1 : -1) * std::sqrt(disc)) / (2 * A);
+      px[s] = line.m_x0 + t * dx, py[s] = line.m_y0 + t * dy;
+    }
+    const int nearer = std::hypot(px[0], py[0]) <= std::hypot(px[1], py[1]) ? 0 : 1;
+    if (std::fabs(std::hypot(px[0], py[0]) - std::hypot(px[1], py[1])) < 1e-3) continue;
+    EXPECT_NEAR(out[0], px[nearer], 1e-3);
+    EXPECT_NEAR(out[1], py[nearer], 1e-3);
+  }
+  EXPECT_GT(hits, 100);
+}
+
+TEST(Get2ArcsIntersectTest, Properties_TwoCircles) {
+  qvtest::TestRng rng(5305);
+  SCOPED_TRACE(rng.Trace());
+  for (int trial = 0; trial < 1000; ++trial) {
+    CArc2D arcs[2] = {Arc(rng.Uniform(-2, 2), rng.Uniform(-2, 2), rng.Uniform(0.5, 3), 0, 1),
+                      Arc(rng.Uniform(-2, 2), rng.Uniform(-2, 2), rng.Uniform(0.5, 3), 0, 1)};
+    const double L = std::hypot(arcs[1].m_cx - arcs[0].m_cx, arcs[1].m_cy - arcs[0].m_cy);
+    const double ra = arcs[0].m_r, rb = arcs[1].m_r;
+    const double gap = std::min(ra + rb - L, L - std::fabs(ra - rb));  // > 0 iff they cross
+    if (std::fabs(gap) < 1e-2) continue;
+    float out[2] = {42, 43};
+    const bool hit = Get2ArcsIntersect(arcs, out);
+    ASSERT_EQ(hit, gap > 0);
+    if (!hit) {
+      EXPECT_EQ(out[0], 42.0f); EXPECT_EQ(out[1], 43.0f);
+      continue;
+    }
+    EXPECT_NEAR(DistToSupport(arcs[0], out[0], out[1]), 0.0, 1e-3 / gap);
+    EXPECT_NEAR(DistToSupport(arcs[1], out[0], out[1]), 0.0, 1e-3 / gap);
+    // The other crossing is the mirror image across the line of centres; it must not be
+    // nearer the origin.
+    const double ex = (arcs[1].m_cx - arcs[0].m_cx) / L, ey = (arcs[1].m_cy - arcs[0].m_cy) / L;
+    const double wx = out[0] - arcs[0].m_cx, wy = out[1] - arcs[0].m_cy;
+    const double along = wx * ex + wy * ey;
+    const double mx = arcs[0].m_cx + 2 * along * ex - wx, my = arcs[0].m_cy + 2 * along * ey - wy;
+    EXPECT_LE(std::hypot(out[0], out[1]), std::hypot(mx, my) + 1e-4);
+  }
+}
+
+TEST(Get2ArcsIntersectTest, Regions_TiesGoToTheFirstCandidate) {
+  float out[2];
+  // Line through the centre: candidates (−1, 0) (smaller parameter, first) and (1, 0).
+  CArc2D lc[2] = {Segment(-5, 0, 5, 0), Arc(0, 0, 1, 0, 1)};
+  ASSERT_TRUE(Get2ArcsIntersect(lc, out));
+  EXPECT_EQ(out[0], -1.0f); EXPECT_EQ(out[1], 0.0f);
+  // Circles about (0, −1) and (0, 1): candidates (1, 0) (the plus sign, first) and (−1, 0).
+  CArc2D cc[2] = {Arc(0, -1, std::sqrt(2.0), 0, 1), Arc(0, 1, std::sqrt(2.0), 0, 1)};
+  ASSERT_TRUE(Get2ArcsIntersect(cc, out));
+  EXPECT_NEAR(out[0], 1.0f, 1e-6); EXPECT_NEAR(out[1], 0.0f, 1e-6);
+  // Circles that do not meet leave out unchanged.
+  CArc2D apart[2] = {Arc(0, 0, 1, 0, 1), Arc(5, 0, 1, 0, 1)};
+  out[0] = 3, out[1] = 4;
+  EXPECT_FALSE(Get2ArcsIntersect(apart, out));
+  EXPECT_EQ(out[0], 3.0f); EXPECT_EQ(out[1], 4.0f);
+}
+
+TEST(Make2ArcsFilletTest, Regions_RightAngleCornerOfTwoSegments) {
+  // Left turn at the origin: in along +x, out along +y. The fillet sits inside the corner.
+  CArc2D in = Segment(-5, 0, 0, 0), outSeg = Segment(0, 0, 0, 5);
+  float out[7] = {0, 0, 0, 0, 0, 0, 1.0f};
+  ASSERT_TRUE(in.Make2ArcsFillet(&outSeg, out));
+  const float expect[7] = {-1, 1, -1, 0, 0, 1, 1};
+  for (int k = 0; k < 7; ++k) EXPECT_NEAR(out[k], expect[k], 1e-6) << k;
+  // The right turn mirrors it.
+  CArc2D down = Segment(0, 0, 0, -5);
+  ASSERT_TRUE(in.Make2ArcsFillet(&down, out));
+  EXPECT_NEAR(out[0], -1, 1e-6); EXPECT_NEAR(out[1], -1, 1e-6);
+  // The records are not modified.
+  EXPECT_EQ(in.m_x0, -5.0f); EXPECT_EQ(outSeg.m_y1, 5.0f);
+}
+
+TEST(Make2ArcsFilletTest, Properties_TangentToBothRecordsAndSmooth) {
+  qvtest::TestRng rng(5306);
+  SCOPED_TRACE(rng.Trace());
+  int made = 0;
+  for (int trial = 0; trial < 1500; ++trial) {
+    // Two records meeting at the corner K; each is a segment or an arc (either sense).
+    const double kx = rng.Uniform(-3, 3), ky = rng.Uniform(-3, 3);
+    CArc2D rec[2];
+    for (int k = 0; k < 2; ++k) {
+      const double dir = rng.Uniform(0, 2 * kPi), len = rng.Uniform(1, 4);
+      const double sx = std::cos(dir) * len, sy = std::sin(dir) * len;
+      // The first record ends at K, the second starts there.
+      const double ax = k == 0 ? kx - sx : kx, ay = k == 0 ? ky - sy : ky;
+      if (rng.Uniform(0, 1) < 0.4) {
+        rec[k] = Segment(ax, ay, ax + sx, ay + sy);
+      } else {
+        const double r = rng.Uniform(1.5, 6);
+        const double sweep = (rng.Uniform(0, 1) < 0.5 ? -1 : 1) * rng.Uniform(0.3, 1.5);
+        const double a0 = rng.Uniform(0, 2 * kPi);
+        // Place the circle so that the arc's end (first record) or start (second) is K.
+        const double aK = k == 0 ? a0 + sweep : a0;
+        const double cx = kx - r * std::cos(aK), cy = ky - r * std::sin(aK);
+        rec[k] = Arc(cx, cy, r, a0, a0 + sweep);
+      }
+    }
+    double t1x, t1y, t2x, t2y;
+    Direction(rec[0], kx, ky, t1x, t1y);
+    Direction(rec[1], kx, ky, t2x, t2y);
+    const double turn = t1x * t2y - t1y * t2x;
+    if (std::fabs(turn) < 0.2 || t1x * t2x + t1y * t2y < -0.5) continue;  // keep clear corners
+    const double r = rng.Uniform(0.05, 0.3);
+    float out[7] = {0, 0, 0, 0, 0, 0, float(r)};
+    ASSERT_TRUE(rec[0].Make2ArcsFillet(&rec[1], out)) << "trial " << trial;
+    ++made;
+    ExpectFillet(rec[0], rec[1], out, float(r), 2e-4);
+    // The fillet hugs the corner: its tangent points lie within a few radii of K.
+    EXPECT_LT(std::hypot(out[2] - kx, out[3] - ky), 20 * r);
+    EXPECT_LT(std::hypot(out[4] - kx, out[5] - ky), 20 * r);
+  }
+  EXPECT_GT(made, 500);
+}
+
+TEST(Make2ArcsFilletTest, Degenerate_ImpossibleInputGivesFalseAndLeavesOutUntouched) {
+  const CArc2D in = Segment(-5, 0, 0, 0);
+  CArc2D a = in;
+  float out[7] = {9, 9, 9, 9, 9, 9, 1};
+  auto untouched = [&] {
+    for (int k = 0; k < 6; ++k) EXPECT_EQ(out[k], 9.0f) << k;
+  };
+  CArc2D straightOn = Segment(0, 0, 5, 0);  // no corner
+  EXPECT_FALSE(a.Make2ArcsFillet(&straightOn, out));
+  CArc2D back = Segment(0, 0, -5, 0);  // a reversal
+  EXPECT_FALSE(a.Make2ArcsFillet(&back, out));
+  CArc2D point = Segment(0, 0, 0, 0);  // zero-length segment
+  EXPECT_FALSE(a.Make2ArcsFillet(&point, out));
+  EXPECT_FALSE(a.Make2ArcsFillet(nullptr, out));
+  CArc2D up = Segment(0, 0, 0, 5);
+  EXPECT_FALSE(a.Make2ArcsFillet(&up, nullptr));
+  for (float r : {0.0f, -1.0f, std::nanf(""), INFINITY}) {
+    out[6] = r;
+    EXPECT_FALSE(a.Make2ArcsFillet(&up, out)) << r;
+  }
+  untouched();
+  // A left turn into a counter-clockwise arc of radius 1 puts the fillet inside the
+  // circle: radius 1 or more cannot fit there.
+  CArc2D ccw = Arc(0, 1, 1, -kPi / 2, 0);  // starts at the origin heading +x, turning left
+  CArc2D into = Segment(-5, 5, 0, 0);      // comes in heading south-east
+  out[6] = 1.5f;
+  EXPECT_FALSE(into.Make2ArcsFillet(&ccw, out));
+  untouched();
+  out[6] = 0.2f;
+  ASSERT_TRUE(into.Make2ArcsFillet(&ccw, out));
+  ExpectFillet(into, ccw, out, 0.2, 1e-5);
+}

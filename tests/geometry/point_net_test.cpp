@@ -1,0 +1,301 @@
+// SPDX-License-Identifier: MIT
+#include <qvmath/geometry/point_net.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+
+#include "test_util.h"
+
+using REmath::Matrix;
+using REmath::Point3D;
+
+namespace {
+
+constexpr double kPi = 3.14159265358979323846;
+
+// A rows × cols net with knot (i, j) = f(i, j).
+Matrix<Point3D> MakeNet(int rows, int cols, const std::function<Point3D(int, int)>& f) {
+  Matrix<Point3D> net(rows, cols);
+  for (int i = 0; i < rows; ++i)
+    for (int j = 0; j < cols; ++j) net(i, j) = f(i, j);
+  return net;
+}
+
+// The bilinear net point in double, written from the definition (independent oracle).
+void Bilinear(const Matrix<Point3D>& net, int i, int j, double s, double t, double* out) {
+  const int i1 = std::min(i + 1, net.rows() - 1), j1 = std::min(j + 1, net.cols() - 1);
+  const Point3D &a = net(i, j), &b = net(i1, j), &c = net(i, j1), &d = net(i1, j1);
+  for (int k = 0; k < 3; ++k) {
+    const double pa = a.asArray()[k], pb = b.asArray()[k], pc = c.asArray()[k], pd = d.asArray()[k];
+    out[k] = (1 - s) * (1 - t) * pa + s * (1 - t) * pb + (1 - s) * t * pc + s * t * pd;
+  }
+}
+
+double Dist2(const double* a, const float* p) {
+  double s = 0;
+  for (int k = 0; k < 3; ++k) s += (a[k] - p[k]) * (a[k] - p[k]);
+  return s;
+}
+
+// Least squared distance from p to the net by dense sampling: a 21 × 21 grid per cell, then
+// a 41 × 41 grid over ±1 coarse step around the best sample (1/400 of a cell).
+double SampledDist2(const Matrix<Point3D>& net, const float* p) {
+  const int cr = std::max(net.rows() - 1, 1), cc = std::max(net.cols() - 1, 1);
+  double best = HUGE_VAL, bs = 0, bt = 0;
+  int bi = 0, bj = 0;
+  double q[3];
+  for (int i = 0; i < cr; ++i)
+    for (int j = 0; j < cc; ++j)
+      for (int a = 0; a <= 20; ++a)
+        for (int b = 0; b <= 20; ++b) {
+          Bilinear(net, i, j, a / 20.0, b / 20.0, q);
+          const double d = Dist2(q, p);
+          if (d < best) best = d, bs = a / 20.0, bt = b / 20.0, bi = i, bj = j;
+        }
+  for (int a = -20; a <= 20; ++a)
+    for (int b = -20; b <= 20; ++b) {
+      const double s = std::clamp(bs + a / 400.0, 0.0, 1.0), t = std::clamp(bt + b / 400.0, 0.0, 1.0);
+      Bilinear(net, bi, bj, s, t, q);
+      best = std::min(best, Dist2(q, p));
+    }
+  return best;
+}
+
+// Projects p and checks the parameters' range and the distance against dense sampling.
+void ExpectProjectionMatchesSampling(const Matrix<Point3D>& net, const float* p, double cell) {
+  double u = -1, v = -1;
+  ProjectPointToNet(p, net, u, v);
+  ASSERT_GE(u, 0.0); ASSERT_LE(u, net.rows() - 1.0);
+  ASSERT_GE(v, 0.0); ASSERT_LE(v, net.cols() - 1.0);
+  float q[3];
+  getPointOnNet(float(u), float(v), net, q);
+  double qd[3] = {q[0], q[1], q[2]};
+  const double dp = std::sqrt(Dist2(qd, p)), ds = std::sqrt(SampledDist2(net, p));
+  // Never worse than the sampling (up to the float evaluation and the 1e-5 snap of
+  // getPointOnNet, a few 1e-5 of a cell); and not better than the sampling's resolution of
+  // 1/400 of a cell allows.
+  EXPECT_LE(dp, ds + 5e-5 * cell) << "u " << u << " v " << v;
+  EXPECT_GE(dp, ds - 3e-3 * cell) << "u " << u << " v " << v;
+}
+
+}  // namespace
+
+TEST(PointNetTest, Regions_GetPointOnNetBranches) {
+  const Matrix<Point3D> net = MakeNet(3, 3, [](int i, int j) {
+    return Point3D(float(i), float(j), float(i * i + 3 * j));
+  });
+  float out[3];
+  // Mean of the four knots of the first cell.
+  getPointOnNet(0.5f, 0.5f, net, out);
+  EXPECT_FLOAT_EQ(out[0], 0.5f); EXPECT_FLOAT_EQ(out[1], 0.5f);
+  EXPECT_FLOAT_EQ(out[2], (0 + 1 + 3 + 4) / 4.0f);
+  // The last row and column are reached with a zero fraction: knots exactly.
+  getPointOnNet(2.0f, 0.0f, net, out);
+  EXPECT_EQ(out[0], 2.0f); EXPECT_EQ(out[2], 4.0f);
+  getPointOnNet(2.0f, 2.0f, net, out);
+  EXPECT_EQ(out[1], 2.0f); EXPECT_EQ(out[2], 10.0f);
+  // Along the last row (fu = 0 ≤ fv) and the last column (fv = 0 ≤ fu) only that row or
+  // column is read.
+  getPointOnNet(2.0f, 1.25f, net, out);
+  EXPECT_FLOAT_EQ(out[0], 2.0f); EXPECT_FLOAT_EQ(out[1], 1.25f);
+  getPointOnNet(1.5f, 2.0f, net, out);
+  EXPECT_FLOAT_EQ(out[0], 1.5f); EXPECT_FLOAT_EQ(out[2], (1 + 4) / 2.0f + 6);
+  // Fractions below 1e-5 snap to the knot: the quirk keeps P(i, j) exactly.
+  getPointOnNet(1.000008f, 1.000008f, net, out);
+  EXPECT_EQ(out[0], 1.0f); EXPECT_EQ(out[1], 1.0f); EXPECT_EQ(out[2], 4.0f);
+  getPointOnNet(1.000008f, 1.5f, net, out);
+  EXPECT_EQ(out[0], 1.0f); EXPECT_FLOAT_EQ(out[1], 1.5f);
+}
+
+TEST(PointNetTest, Properties_GetPointOnNetIsBilinear) {
+  qvtest::TestRng rng(5341);
+  SCOPED_TRACE(rng.Trace());
+  const Matrix<Point3D> net = MakeNet(5, 7, [&](int, int) {
+    return Point3D(float(rng.Uniform(-3, 3)), float(rng.Uniform(-3, 3)), float(rng.Uniform(-3, 3)));
+  });
+  for (int trial = 0; trial < 2000; ++trial) {
+    const float u = float(rng.Uniform(0, 3.999)), v = float(rng.Uniform(0, 5.999));
+    float out[3];
+    getPointOnNet(u, v, net, out);
+    double ref[3];
+    const int i = int(u), j = int(v);
+    Bilinear(net, i, j, double(u) - i, double(v) - j, ref);
+    // Float interpolation of coordinates up to 3; the snap moves by at most 1e-5 of an edge
+    // of length up to 6·sqrt(3).
+    for (int k = 0; k < 3; ++k) EXPECT_NEAR(out[k], ref[k], 2e-4) << u << " " << v;
+  }
+}
+
+TEST(PointNetTest, Properties_NearestKnotAgreesWithBruteForce) {
+  qvtest::TestRng rng(5342);
+  SCOPED_TRACE(rng.Trace());
+  const Matrix<Point3D> net = MakeNet(9, 6, [&](int, int) {
+    return Point3D(float(rng.Uniform(-3, 3)), float(rng.Uniform(-3, 3)), float(rng.Uniform(-3, 3)));
+  });
+  for (int trial = 0; trial < 1000; ++trial) {
+    const float p[3] = {float(rng.Uniform(-4, 4)), float(rng.Uniform(-4, 4)), float(rng.Uniform(-4, 4))};
+    double best = HUGE_VAL, second = HUGE_VAL;
+    int bi = -1, bj = -1;
+    for (int i = 0; i < net.rows(); ++i)
+      for (int j = 0; j < net.cols(); ++j) {
+        const double q[3] = {net(i, j).m_x, net(i, j).m_y, net(i, j).m_z};
+        const double d = Dist2(q, p);
+        if (d < best) {
+          second = best, best = d, bi = i, bj = j;
+        } else {
+          second = std::min(second, d);
+        }
+      }
+    int i = -1, j = -1;
+    GetNearestNetKnot(p, net, i, j);
+    const double q[3] = {net(i, j).m_x, net(i, j).m_y, net(i, j).m_z};
+    EXPECT_NEAR(Dist2(q, p), best, 1e-5 * (1 + best));  // equal up to float rounding
+    // Where the nearest knot is clear of the next one beyond float rounding, it is the same.
+    EXPECT_TRUE(second - best < 1e-4 || (i == bi && j == bj));
+  }
+}
+
+TEST(PointNetTest, Regions_NearestKnotTiesAndEmptyNet) {
+  // P(1, 1) far away; the other knots are the corners of the unit square.
+  const Matrix<Point3D> net = MakeNet(2, 2, [](int i, int j) {
+    return i == 1 && j == 1 ? Point3D(5, 5, 0) : Point3D(float(i), float(j), 0.0f);
+  });
+  int i = -1, j = -1;
+  const float p1[3] = {0.9f, 0.9f, 0};  // P(1, 0) and P(0, 1) tie: the lower column wins
+  GetNearestNetKnot(p1, net, i, j);
+  EXPECT_EQ(i, 1); EXPECT_EQ(j, 0);
+  const float p2[3] = {0.5f, 0, 0};  // P(0, 0) and P(1, 0) tie: the lower row wins
+  GetNearestNetKnot(p2, net, i, j);
+  EXPECT_EQ(i, 0); EXPECT_EQ(j, 0);
+  const Matrix<Point3D> twins = MakeNet(2, 2, [](int, int) { return Point3D(1, 2, 3); });
+  GetNearestNetKnot(p2, twins, i, j);
+  EXPECT_EQ(i, 0); EXPECT_EQ(j, 0);
+  // No knots: i and j untouched.
+  const Matrix<Point3D> empty(0, 0);
+  i = 7, j = 8;
+  GetNearestNetKnot(p2, empty, i, j);
+  EXPECT_EQ(i, 7); EXPECT_EQ(j, 8);
+}
+
+TEST(PointNetTest, Regions_NormalOfAFlatNetAtEveryKnot) {
+  const Matrix<Point3D> net = MakeNet(4, 3, [](int i, int j) {
+    return Point3D(0.5f * float(i), 2.0f * float(j), 1.0f);  // rows along +x, columns along +y
+  });
+  for (int i = 0; i < 4; ++i)
+    for (int j = 0; j < 3; ++j) {
+      Point3D n;
+      GetNetNormal(net, i, j, n, true);
+      EXPECT_EQ(n.x(), 0.0f); EXPECT_EQ(n.y(), 0.0f); EXPECT_EQ(n.z(), 1.0f) << i << "," << j;
+      GetNetNormal(net, i, j, n, false);
+      EXPECT_EQ(n.z(), -1.0f) << i << "," << j;
+    }
+}
+
+TEST(PointNetTest, Properties_NormalOfACurvedNetFollowsTheSurface) {
+  // A sphere patch of radius 3: rows along latitude-increasing... chosen so that
+  // ∂/∂row × ∂/∂column points outward.
+  const double R = 3;
+  const Matrix<Point3D> net = MakeNet(12, 10, [&](int i, int j) {
+    const double th = 0.5 + 0.08 * i, ph = 0.2 + 0.09 * j;  // polar and azimuth angles
+    return Point3D(R * std::sin(th) * std::cos(ph), R * std::sin(th) * std::sin(ph), R * std::cos(th));
+  });
+  for (int i = 0; i < net.rows(); ++i)
+    for (int j = 0; j < net.cols(); ++j) {
+      Point3D n;
+      GetNetNormal(net, i, j, n, true);
+      const Point3D& P = net(i, j);
+      const double radial = (n.x() * P.x() + n.y() * P.y() + n.z() * P.z()) / R;
+      EXPECT_GT(radial, 0.99) << i << "," << j;  // within about 8° of the true normal
+      EXPECT_NEAR(double(n.x()) * n.x() + double(n.y()) * n.y() + double(n.z()) * n.z(), 1.0, 1e-6);
+    }
+}
+
+TEST(PointNetTest, Degenerate_NormalWithoutACell) {
+  const Matrix<Point3D> row = MakeNet(1, 4, [](int, int j) { return Point3D(float(j), 0.0f, 0.0f); });
+  Point3D n(9, 9, 9);
+  GetNetNormal(row, 0, 1, n, true);
+  EXPECT_EQ(n.x(), 0.0f); EXPECT_EQ(n.y(), 0.0f); EXPECT_EQ(n.z(), 0.0f);
+  const Matrix<Point3D> net = MakeNet(2, 2, [](int i, int j) { return Point3D(float(i), float(j), 0.0f); });
+  n = Point3D(9, 9, 9);
+  GetNetNormal(net, 2, 0, n, true);
+  EXPECT_EQ(n.z(), 0.0f);
+}
+
+TEST(PointNetTest, Properties_ProjectionOfAFlatNetIsTheOrthogonalFoot) {
+  const Matrix<Point3D> net = MakeNet(5, 4, [](int i, int j) {
+    return Point3D(float(i), 0.5f * float(j), 0.0f);
+  });
+  qvtest::TestRng rng(5343);
+  SCOPED_TRACE(rng.Trace());
+  for (int trial = 0; trial < 300; ++trial) {
+    const float p[3] = {float(rng.Uniform(-1, 5)), float(rng.Uniform(-1, 2.5)), float(rng.Uniform(-2, 2))};
+    double u = -1, v = -1;
+    ProjectPointToNet(p, net, u, v);
+    // The foot clamped to the rectangle [0, 4] × [0, 1.5].
+    EXPECT_NEAR(u, std::clamp(double(p[0]), 0.0, 4.0), 1e-9);
+    EXPECT_NEAR(v, std::clamp(double(p[1]), 0.0, 1.5) / 0.5, 1e-9);
+  }
+}
+
+TEST(PointNetTest, Properties_ProjectionAgreesWithDenseSamplingOnCurvedNets) {
+  qvtest::TestRng rng(5344);
+  SCOPED_TRACE(rng.Trace());
+  // A jittered saddle, and a half cylinder seen from near its axis (many cells at nearly the
+  // same distance: the nearest knot need not be a corner of the nearest cell).
+  const Matrix<Point3D> saddle = MakeNet(8, 10, [&](int i, int j) {
+    const double x = i * 0.5 + rng.Uniform(-0.15, 0.15), y = j * 0.4 + rng.Uniform(-0.1, 0.1);
+    return Point3D(x, y, 0.3 * ((x - 2) * (x - 2) - (y - 2) * (y - 2)));
+  });
+  const Matrix<Point3D> cylinder = MakeNet(13, 5, [&](int i, int j) {
+    const double a = kPi * i / 12.0 + rng.Uniform(-0.05, 0.05);
+    return Point3D(2 * std::cos(a), 2 * std::sin(a), 0.7 * j);
+  });
+  for (int trial = 0; trial < 150; ++trial) {
+    const float p[3] = {float(rng.Uniform(-1, 5)), float(rng.Uniform(-1, 5)), float(rng.Uniform(-3, 3))};
+    ExpectProjectionMatchesSampling(saddle, p, 0.7);
+    const float q[3] = {float(rng.Uniform(-1.5, 1.5)), float(rng.Uniform(-0.5, 1.8)), float(rng.Uniform(-0.5, 3.3))};
+    ExpectProjectionMatchesSampling(cylinder, q, 0.7);
+  }
+}
+
+TEST(PointNetTest, Degenerate_ProjectionOntoSingleRowsColumnsAndKnots) {
+  qvtest::TestRng rng(5345);
+  SCOPED_TRACE(rng.Trace());
+  const Matrix<Point3D> row = MakeNet(1, 6, [&](int, int) {
+    return Point3D(float(rng.Uniform(-2, 2)), float(rng.Uniform(-2, 2)), float(rng.Uniform(-2, 2)));
+  });
+  Matrix<Point3D> column(6, 1);
+  for (int i = 0; i < 6; ++i) column(i, 0) = row(0, i);
+  for (int trial = 0; trial < 200; ++trial) {
+    const float p[3] = {float(rng.Uniform(-3, 3)), float(rng.Uniform(-3, 3)), float(rng.Uniform(-3, 3))};
+    double u = -1, v = -1;
+    ProjectPointToNet(p, row, u, v);
+    EXPECT_EQ(u, 0.0);
+    ExpectProjectionMatchesSampling(row, p, 2.0);
+    double u2 = -1, v2 = -1;
+    ProjectPointToNet(p, column, u2, v2);
+    EXPECT_EQ(v2, 0.0);
+    EXPECT_NEAR(u2, v, 1e-9);  // the same polyline, read the other way
+  }
+  const Matrix<Point3D> knot = MakeNet(1, 1, [](int, int) { return Point3D(1, 2, 3); });
+  double u = -1, v = -1;
+  const float p[3] = {0, 0, 0};
+  ProjectPointToNet(p, knot, u, v);
+  EXPECT_EQ(u, 0.0); EXPECT_EQ(v, 0.0);
+  const Matrix<Point3D> empty(0, 0);
+  u = 5, v = 6;
+  ProjectPointToNet(p, empty, u, v);
+  EXPECT_EQ(u, 5.0); EXPECT_EQ(v, 6.0);
+}
+
+TEST(PointNetTest, Properties_SizeOfInitSquareIsTheCellDiameter) {
+  const float a[3] = {0, 0, 0}, b[3] = {1, 0, 0}, c[3] = {0, 1, 0}, d[3] = {1, 1, 0};
+  EXPECT_DOUBLE_EQ(GetSizeOfInitSquare(a, b, c, d), std::sqrt(2.0));
+  EXPECT_DOUBLE_EQ(GetSizeOfInitSquare(d, c, a, b), std::sqrt(2.0));  // order does not matter
+  EXPECT_EQ(GetSizeOfInitSquare(a, a, a, a), 0.0);
+  const float far[3] = {3, 4, 12};
+  EXPECT_DOUBLE_EQ(GetSizeOfInitSquare(a, a, far, a), 13.0);
+}

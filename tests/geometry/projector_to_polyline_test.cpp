@@ -1,0 +1,168 @@
+// SPDX-License-Identifier: MIT
+#include <qvmath/geometry/projector_to_polyline.h>
+
+#include <gtest/gtest.h>
+
+#include <cfloat>
+#include <cmath>
+#include <memory>
+#include <vector>
+
+#include <qvmath/geometry/dist_point_segment.h>
+
+#include "test_util.h"
+
+using REmath::Point3D;
+using REmath::Point3D_d;
+
+namespace {
+
+double Dist2(const Point3D_d& a, const Point3D_d& b) {
+  const double x = a.x() - b.x(), y = a.y() - b.y(), z = a.z() - b.z();
+  return x * x + y * y + z * z;
+}
+
+// The point of the polyline at parameter s (s = i + t on the segment from V[i] to V[i + 1]).
+Point3D_d AtParam(const std::vector<Point3D_d>& v, double s) {
+  const int i = std::min(int(s), int(v.size()) - 2);
+  const double t = s - i;
+  return Point3D_d(v[i].x() + t * (v[i + 1].x() - v[i].x()), v[i].y() + t * (v[i + 1].y() - v[i].y()),
+                   v[i].z() + t * (v[i + 1].z() - v[i].z()));
+}
+
+}  // namespace
+
+TEST(CProjectorToPolylineTest, Regions_CornerExample) {
+  CProjectorToPolyline pl;
+  pl.SetPoints({Point3D_d(0, 0, 0), Point3D_d(1, 0, 0), Point3D_d(1, 1, 0)});
+  Point3D_d q;
+  double param = -1;
+  ASSERT_TRUE(pl.projectPoint(Point3D_d(2, 0.5, 0), q, param));
+  EXPECT_EQ(q.x(), 1.0); EXPECT_EQ(q.y(), 0.5); EXPECT_EQ(q.z(), 0.0);
+  EXPECT_EQ(param, 1.5);
+  // Beyond the first and the last vertex: clamped to the ends, parameters 0 and n − 1.
+  ASSERT_TRUE(pl.projectPoint(Point3D_d(-3, -1, 2), q, param));
+  EXPECT_EQ(param, 0.0); EXPECT_EQ(q.x(), 0.0);
+  ASSERT_TRUE(pl.projectPoint(Point3D_d(1, 5, 0), q, param));
+  EXPECT_EQ(param, 2.0); EXPECT_EQ(q.y(), 1.0);
+}
+
+TEST(CProjectorToPolylineTest, Regions_EqualSegmentsGoToTheFirst) {
+  CProjectorToPolyline pl;
+  pl.SetPoints({Point3D_d(-1, 1, 0), Point3D_d(0, 0, 0), Point3D_d(1, 1, 0)});
+  Point3D_d q;
+  double param = -1;
+  // (0, 2, 0) is at squared distance 2 from both outer vertices: the first segment's end
+  // (-1, 1, 0), parameter 0, wins over the second segment's end (1, 1, 0), parameter 2.
+  ASSERT_TRUE(pl.projectPoint(Point3D_d(0, 2, 0), q, param));
+  EXPECT_EQ(param, 0.0);
+  EXPECT_EQ(q.x(), -1.0);
+}
+
+TEST(CProjectorToPolylineTest, Properties_NearestPointAgreesWithDenseSampling) {
+  qvtest::TestRng rng(5361);
+  SCOPED_TRACE(rng.Trace());
+  for (int trial = 0; trial < 60; ++trial) {
+    std::vector<Point3D_d> v;
+    const int n = rng.Int(2, 12);
+    for (int k = 0; k < n; ++k)
+      v.emplace_back(rng.Uniform(-5, 5), rng.Uniform(-5, 5), rng.Uniform(-5, 5));
+    CProjectorToPolyline pl;
+    for (const auto& p : v) pl.AddPoint(p);
+    for (int query = 0; query < 10; ++query) {
+      const Point3D_d p(rng.Uniform(-7, 7), rng.Uniform(-7, 7), rng.Uniform(-7, 7));
+      Point3D_d q;
+      double param = -1;
+      ASSERT_TRUE(pl.projectPoint(p, q, param));
+      ASSERT_GE(param, 0.0); ASSERT_LE(param, n - 1.0);
+      // q is the polyline's point at param.
+      const Point3D_d at = AtParam(v, param);
+      EXPECT_NEAR(Dist2(at, q), 0.0, 1e-20);
+      // No sample of the polyline is nearer (1000 samples per segment, the ends included).
+      double sampled = HUGE_VAL;
+      for (int s = 0; s <= 1000 * (n - 1); ++s)
+        sampled = std::min(sampled, Dist2(AtParam(v, s / 1000.0), p));
+      EXPECT_LE(Dist2(q, p), sampled * (1 + 1e-12) + 1e-24);
+      EXPECT_GE(std::sqrt(Dist2(q, p)), std::sqrt(sampled) - 0.01);  // segments up to 17.4 long
+    }
+  }
+}
+
+TEST(CProjectorToPolylineTest, Degenerate_EmptyAndSingleVertex) {
+  CProjectorToPolyline pl;
+  Point3D_d q(7, 7, 7);
+  double param = 9;
+  EXPECT_FALSE(pl.projectPoint(Point3D_d(1, 2, 3), q, param));
+  EXPECT_FALSE(pl.projectPoint(Point3D_d(1, 2, 3), q));
+  EXPECT_EQ(q.x(), 7.0); EXPECT_EQ(param, 9.0);
+  pl.AddPoint(Point3D_d(4, 5, 6));
+  ASSERT_TRUE(pl.projectPoint(Point3D_d(1, 2, 3), q, param));
+  EXPECT_EQ(q.y(), 5.0); EXPECT_EQ(param, 0.0);
+  // Non-finite coordinates give no distance below the largest double.
+  pl.AddPoint(Point3D_d(1, 1, 1));
+  q = Point3D_d(7, 7, 7);
+  EXPECT_FALSE(pl.projectPoint(Point3D_d(NAN, 0, 0), q, param));
+  EXPECT_EQ(q.x(), 7.0);
+}
+
+TEST(CProjectorToPolylineTest, Properties_CopiesAreDeepAndFloatPointsWiden) {
+  CProjectorToPolyline pl;
+  pl.SetPoints({Point3D_d(0, 0, 0), Point3D_d(0.1f, 0, 0)});
+  std::unique_ptr<IPointToGeomObjProjector> c(pl.Copy());
+  auto* copy = dynamic_cast<CProjectorToPolyline*>(c.get());
+  ASSERT_NE(copy, nullptr);
+  CProjectorToPolyline byCtor(pl);
+  pl.AddPoint(Point3D_d(5, 5, 5));
+  EXPECT_EQ(copy->GetPoints().size(), 2u);
+  EXPECT_EQ(byCtor.GetPoints().size(), 2u);
+  // A float point is widened exactly: 0.1f projects onto the end 0.1f with parameter 1.
+  Point3D_d q;
+  double param = -1;
+  ASSERT_TRUE(copy->projectPoint(Point3D(0.1f, 0.0f, 0.0f), q, param));
+  EXPECT_EQ(param, 1.0);
+  EXPECT_EQ(q.x(), double(0.1f));
+}
+
+TEST(CProjectorToPolylineTest, Properties_SameAnswerAsTheFullSegmentScan) {
+  // The projector skips segments that cannot be nearer; the answer must be bit-for-bit the
+  // plain scan of the double DistancePoint2Segment over every segment (first strict minimum).
+  qvtest::TestRng rng(5362);
+  SCOPED_TRACE(rng.Trace());
+  for (int trial = 0; trial < 40; ++trial) {
+    std::vector<Point3D_d> v;
+    const int n = rng.Int(2, 400);
+    Point3D_d at(rng.Uniform(-1e3, 1e3), 0, 0);
+    const double step = std::pow(10.0, rng.Uniform(-3, 1));
+    for (int k = 0; k < n; ++k) {
+      // A random walk, sometimes doubling back over itself (many near-ties).
+      at += Point3D_d(rng.Uniform(-step, step), rng.Uniform(-step, step), rng.Uniform(-step, step));
+      v.push_back(k % 7 == 3 ? v[k / 2] : at);
+    }
+    CProjectorToPolyline bySet, byAdd;
+    bySet.SetPoints(v);
+    for (const auto& p : v) byAdd.AddPoint(p);
+    for (int query = 0; query < 50; ++query) {
+      const Point3D_d& near = v[rng.Int(0, n - 1)];
+      const double r = step * std::pow(10.0, rng.Uniform(-6, 2));
+      const Point3D_d p = query % 5 == 0 ? near  // exactly on a vertex
+                                         : Point3D_d(near.x() + rng.Uniform(-r, r), near.y() + rng.Uniform(-r, r),
+                                                     near.z() + rng.Uniform(-r, r));
+      double best = DBL_MAX, bestParam = 0;
+      int seg = 0;
+      for (int i = 1; i < n; ++i) {
+        double t = 0;
+        const double d = DistancePoint2Segment(p.asArray(), v[i - 1].asArray(), v[i].asArray(), t);
+        if (d < best) best = d, seg = i, bestParam = (i - 1) + t;
+      }
+      double foot[3];
+      DistancePoint2Segment(p.asArray(), v[seg - 1].asArray(), v[seg].asArray(), foot);
+      for (CProjectorToPolyline* pl : {&bySet, &byAdd}) {
+        Point3D_d q;
+        double param = -1;
+        ASSERT_TRUE(pl->projectPoint(p, q, param));
+        EXPECT_EQ(param, bestParam);
+        EXPECT_TRUE(q.x() == foot[0] && q.y() == foot[1] && q.z() == foot[2]);
+      }
+    }
+  }
+}

@@ -1,0 +1,160 @@
+// SPDX-License-Identifier: MIT
+#include <qvmath/geometry/projector_triangle.h>
+
+#include <gtest/gtest.h>
+
+#include <CGAL/Simple_cartesian.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include <qvmath/geometry/dist_point_triangle.h>
+
+#include "geom_test_util.h"
+#include "test_util.h"
+
+using REmath::CProjectorTriangle;
+using REmath::Point3D;
+using REmath::Point3D_d;
+
+namespace {
+
+using Kernel = CGAL::Simple_cartesian<double>;
+
+Kernel::Point_3 K(const Point3D& p) { return Kernel::Point_3(p.x(), p.y(), p.z()); }
+
+// Exact-enough squared distance in double (CGAL's closest-feature computation).
+double Reference(const Point3D* tri, const float* p) {
+  return CGAL::squared_distance(Kernel::Point_3(p[0], p[1], p[2]),
+                                Kernel::Triangle_3(K(tri[0]), K(tri[1]), K(tri[2])));
+}
+
+Point3D RandomPoint(qvtest::TestRng& rng, double scale, const Point3D& around) {
+  const auto a = qvtest::RandomPoint<float>(rng, scale);
+  return Point3D(around.x() + a[0], around.y() + a[1], around.z() + a[2]);
+}
+
+}  // namespace
+
+TEST(CProjectorTriangleTest, Properties_EqualsDistancePointTriangle2) {
+  qvtest::TestRng rng(5381);
+  SCOPED_TRACE(rng.Trace());
+  int inside = 0;
+  for (int trial = 0; trial < 400; ++trial) {
+    const double size = std::pow(10.0, rng.Uniform(-2, 2));
+    const Point3D centre = RandomPoint(rng, 10 * size, Point3D(0, 0, 0));
+    Point3D tri[3] = {RandomPoint(rng, size, centre), RandomPoint(rng, size, centre),
+                      RandomPoint(rng, size, centre)};
+    CProjectorTriangle pt(tri[0], tri[1], tri[2]);
+    pt.PreCalc();
+    for (int q = 0; q < 25; ++q) {
+      // Points near the triangle (in its plane's slab too) and farther away.
+      const Point3D pp = RandomPoint(rng, size * (q < 10 ? 0.7 : 3), centre);
+      const float p[3] = {pp.x(), pp.y(), pp.z()};
+      const float mine = pt.DistToTriangle2Precalced(p);
+      const float theirs = distancePointTriangle2(p, tri);
+      const double exact = Reference(tri, p);
+      // Both work in float about a vertex: the error is a few ε of the squared extent of the
+      // query (distance from the first vertex plus the sides); 64 covers the chains of
+      // products in the float routine's inside test.
+      double ext2 = 0;
+      for (int k = 0; k < 3; ++k) {
+        const double d = double(p[k]) - tri[0].asArray()[k];
+        ext2 += d * d;
+      }
+      ext2 += pt.GetMaxSideLen2();
+      const double tol = 64 * qvtest::Eps<float>() * ext2;
+      EXPECT_NEAR(mine, exact, tol) << "trial " << trial << " query " << q;
+      EXPECT_NEAR(mine, theirs, 2 * tol) << "trial " << trial << " query " << q;
+      int region = -1;
+      const float* tp[3] = {tri[0].asArray(), tri[1].asArray(), tri[2].asArray()};
+      distancePointTriangle2(p, tp, region, nullptr);
+      inside += region == 0;
+    }
+  }
+  EXPECT_GT(inside, 300);  // the face region is well represented
+}
+
+TEST(CProjectorTriangleTest, Properties_FramePutsTheTriangleInZ0) {
+  qvtest::TestRng rng(5382);
+  SCOPED_TRACE(rng.Trace());
+  for (int trial = 0; trial < 200; ++trial) {
+    const Point3D a = RandomPoint(rng, 5, Point3D(0, 0, 0)), b = RandomPoint(rng, 5, Point3D(0, 0, 0)),
+                  c = RandomPoint(rng, 5, Point3D(0, 0, 0));
+    CProjectorTriangle pt(a, b, c);
+    pt.PreCalc();
+    const RElinearTransform& f = pt.GetFrame();
+    EXPECT_TRUE(f.isOrtho());
+    const auto la = f.apply(Point3D_d(a.x(), a.y(), a.z()));
+    const auto lb = f.apply(Point3D_d(b.x(), b.y(), b.z()));
+    const auto lc = f.apply(Point3D_d(c.x(), c.y(), c.z()));
+    const double tol = 1e-13 * 10;
+    EXPECT_NEAR(la.x(), 0, tol); EXPECT_NEAR(la.y(), 0, tol); EXPECT_NEAR(la.z(), 0, tol);
+    EXPECT_GT(lb.x(), 0); EXPECT_NEAR(lb.y(), 0, tol); EXPECT_NEAR(lb.z(), 0, tol);
+    EXPECT_GT(lc.y(), 0); EXPECT_NEAR(lc.z(), 0, tol);
+    // The frame is right-handed (a rotation, not a reflection): det = +1.
+    const auto& m = f.m.m;
+    const double det = m[0][0] * (m[1][1] * m[2][2] - m[1][2] * m[2][1]) -
+                       m[0][1] * (m[1][0] * m[2][2] - m[1][2] * m[2][0]) +
+                       m[0][2] * (m[1][0] * m[2][1] - m[1][1] * m[2][0]);
+    EXPECT_NEAR(det, 1.0, 1e-14);
+    const double s2[3] = {qvtest::Dist2(qvtest::ToV3(a.asArray()), qvtest::ToV3(b.asArray())),
+                          qvtest::Dist2(qvtest::ToV3(b.asArray()), qvtest::ToV3(c.asArray())),
+                          qvtest::Dist2(qvtest::ToV3(c.asArray()), qvtest::ToV3(a.asArray()))};
+    EXPECT_DOUBLE_EQ(pt.GetMaxSideLen2(), *std::max_element(s2, s2 + 3));
+  }
+}
+
+TEST(CProjectorTriangleTest, Regions_PrecalculationAndCopies) {
+  CProjectorTriangle fresh;
+  EXPECT_FALSE(fresh.IsPreCalced());
+  EXPECT_EQ(fresh.GetMaxSideLen2(), 0.0);
+  const float p[3] = {0.5f, 0.5f, 2};
+  // Before any precalculation the cached values are those of the all-zero triangle.
+  EXPECT_EQ(fresh.DistToTriangle2Precalced(p), 4.5f);
+
+  CProjectorTriangle pt(Point3D(0, 0, 0), Point3D(2, 0, 0), Point3D(0, 2, 0));
+  EXPECT_FALSE(pt.IsPreCalced());
+  EXPECT_FLOAT_EQ(pt.DistToTriangle2(p), 4.0f);  // over the face: z² = 4
+  EXPECT_TRUE(pt.IsPreCalced());
+  const CProjectorTriangle copy = pt;  // the flag and the cache travel with the copy
+  EXPECT_TRUE(copy.IsPreCalced());
+  EXPECT_FLOAT_EQ(copy.DistToTriangle2Precalced(p), 4.0f);
+
+  // New vertices clear the flag; the precalculated query keeps answering from the old cache
+  // until the next precalculation, which DistToTriangle2 runs by itself.
+  pt.SetTriangle(Point3D(0, 0, 10), Point3D(2, 0, 10), Point3D(0, 2, 10));
+  EXPECT_FALSE(pt.IsPreCalced());
+  EXPECT_FLOAT_EQ(pt.DistToTriangle2Precalced(p), 4.0f);
+  EXPECT_FLOAT_EQ(pt.DistToTriangle2(p), 64.0f);
+  EXPECT_TRUE(pt.IsPreCalced());
+}
+
+TEST(CProjectorTriangleTest, Degenerate_ZeroAreaTrianglesMeasureTheirEdges) {
+  qvtest::TestRng rng(5383);
+  SCOPED_TRACE(rng.Trace());
+  // Collinear vertices in any order, two coincident vertices, all three coincident.
+  const Point3D sets[4][3] = {
+      {Point3D(0, 0, 0), Point3D(1, 1, 1), Point3D(3, 3, 3)},
+      {Point3D(1, 1, 1), Point3D(-1, 2, 0), Point3D(0, 1.5f, 0.5f)},
+      {Point3D(1, 2, 3), Point3D(1, 2, 3), Point3D(4, 0, 3)},
+      {Point3D(1, 2, 3), Point3D(1, 2, 3), Point3D(1, 2, 3)}};
+  for (const auto& tri : sets) {
+    CProjectorTriangle pt(tri[0], tri[1], tri[2]);
+    for (int q = 0; q < 200; ++q) {
+      const Point3D pp = RandomPoint(rng, 4, Point3D(1, 1, 1));
+      const float p[3] = {pp.x(), pp.y(), pp.z()};
+      // The squared distance to the segment hull of the points, by CGAL on each edge.
+      double exact = HUGE_VAL;
+      for (int e = 0; e < 3; ++e) {
+        const Point3D &u = tri[e], &v = tri[(e + 1) % 3];
+        const double d = (u.x() == v.x() && u.y() == v.y() && u.z() == v.z())
+                             ? CGAL::squared_distance(Kernel::Point_3(p[0], p[1], p[2]), K(u))
+                             : CGAL::squared_distance(Kernel::Point_3(p[0], p[1], p[2]),
+                                                      Kernel::Segment_3(K(u), K(v)));
+        exact = std::min(exact, d);
+      }
+      EXPECT_NEAR(pt.DistToTriangle2(p), exact, 64 * qvtest::Eps<float>() * (exact + 30));
+    }
+  }
+}
