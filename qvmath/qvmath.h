@@ -26,6 +26,14 @@
 #include <qvmath/core/tridiag_eigen.h>
 #include <qvmath/core/vector.h>
 
+// Vertex-position linear systems
+#include <qvmath/linsys/eq_sys_result_reciever.h>
+#include <qvmath/linsys/lin_sys_solver_mkl.h>
+#include <qvmath/linsys/vertex_linear_combination.h>
+#include <qvmath/linsys/vertex_monom.h>
+#include <qvmath/linsys/vertex_pos_informer.h>
+#include <qvmath/linsys/vertex_pos_linear_system.h>
+
 // Geometry kernel
 #include <qvmath/geometry/arc2d.h>
 #include <qvmath/geometry/arrange_points.h>

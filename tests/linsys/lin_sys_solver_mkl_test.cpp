@@ -1,0 +1,420 @@
+// SPDX-License-Identifier: MIT
+// Tests of CLinSysSolverMKL: the worked example, every misuse spoiling the system for good,
+// random Laplacian-like systems with fixed vertices against a dense Eigen solve (three axes
+// at once, compact and scattered identifiers), singular systems calling no receiver, and
+// deep copies.
+#include <qvmath/linsys/lin_sys_solver_mkl.h>
+
+#include <Eigen/Dense>
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+#include <limits>
+#include <map>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "test_util.h"
+
+namespace {
+
+using REmath::CLinSysSolverMKL;
+using REmath::CVertexLinearCombination;
+using REmath::IEqSysResultReciever;
+using REmath::IVertexPosInformer;
+using REmath::IVertexPosLinearSystem;
+
+// One call to an informer or a receiver: (axis, vertex, value), logged for all axes.
+struct Call {
+  int axis, vertex;
+  double value;
+  bool operator==(const Call& o) const {
+    return axis == o.axis && vertex == o.vertex && value == o.value;
+  }
+};
+
+// One axis: positions from a table (NaN for unknown identifiers) and a sink for results;
+// both directions are logged in logs shared by all axes.
+template <class T>
+class AxisLog : public IVertexPosInformer<T>, public IEqSysResultReciever<T> {
+ public:
+  AxisLog(int axis, std::vector<Call>* asked, std::vector<Call>* received)
+      : m_axis(axis), m_asked(asked), m_received(received) {}
+  std::map<int, T> positions;
+
+ private:
+  T OnGetVertexPosition(int v) const override {
+    auto it = positions.find(v);
+    const T p = it == positions.end() ? std::numeric_limits<T>::quiet_NaN() : it->second;
+    m_asked->push_back({m_axis, v, double(p)});
+    return p;
+  }
+  void OnSetVertexPosition(int v, T value) override {
+    m_received->push_back({m_axis, v, double(value)});
+  }
+  int m_axis;
+  std::vector<Call>*m_asked, *m_received;
+};
+
+// `axes` axes with their logs, and the arrays that SolveSystem takes.
+template <class T>
+struct Axes {
+  explicit Axes(int axes) {
+    for (int d = 0; d < axes; ++d) {
+      informers.emplace_back(new AxisLog<T>(d, &asked, &received));
+      informerPtrs.push_back(informers.back().get());
+      receiverPtrs.push_back(informers.back().get());
+    }
+  }
+  bool Solve(IVertexPosLinearSystem<T>& sys) {
+    return sys.SolveSystem(static_cast<int>(informers.size()), informerPtrs.data(),
+                           receiverPtrs.data(), nullptr);
+  }
+  void SetAll(int v, T p) {
+    for (auto& informer : informers) informer->positions[v] = p;
+  }
+  std::vector<std::unique_ptr<AxisLog<T>>> informers;
+  std::vector<const IVertexPosInformer<T>*> informerPtrs;
+  std::vector<IEqSysResultReciever<T>*> receiverPtrs;
+  std::vector<Call> asked, received;
+};
+
+template <class T>
+CVertexLinearCombination<T> Combination(std::initializer_list<std::pair<int, T>> terms) {
+  CVertexLinearCombination<T> lc;
+  for (const auto& t : terms) lc.AddVertex(t.first, t.second);
+  return lc;
+}
+
+// A scenario is a list of steps on a system: define a free or a fixed vertex, or add one
+// of the equations of Equations<T>().
+enum StepKind { kFree, kFixed, kEquation };
+struct Step {
+  StepKind kind;
+  int arg;  // vertex identifier, or the equation's index
+};
+struct Scenario {
+  const char* name;
+  std::vector<Step> steps;
+};
+
+template <class T>
+const std::vector<CVertexLinearCombination<T>>& Equations() {
+  static const std::vector<CVertexLinearCombination<T>> equations = {
+      Combination<T>({{10, T(2)}, {20, T(-1)}, {30, T(-1)}}),  // 0: worked example, first
+      Combination<T>({{10, T(-1)}, {20, T(2)}}),               // 1: worked example, second
+      Combination<T>({{10, T(1)}, {99, T(1)}}),                // 2: names undeclared 99
+      Combination<T>({{10, T(1)}, {99, T(0)}}),                // 3: the same, coefficient 0
+      Combination<T>({{30, T(1)}}),                            // 4: a fixed vertex alone
+      CVertexLinearCombination<T>(),                           // 5: empty
+      Combination<T>({{10, T(1)}, {30, T(-1)}}),               // 6: x20 absent
+      Combination<T>({{10, T(-2)}, {30, T(1)}}),               // 7: x20 absent
+      Combination<T>({{10, T(0)}, {20, T(0)}}),                // 8: zero coefficients only
+      Combination<T>({{10, T(1)}, {15, T(1)}}),                // 9: names undeclared 15
+      Combination<T>({{20, T(1)}}),                            // 10: x20 = 0
+  };
+  return equations;
+}
+
+template <class T>
+void Run(const std::vector<Step>& steps, IVertexPosLinearSystem<T>& sys) {
+  for (const Step& step : steps) {
+    if (step.kind == kFree) sys.DefineFreeVertex(step.arg);
+    if (step.kind == kFixed) sys.DefineFixedVertex(step.arg);
+    if (step.kind == kEquation) sys.AddEquation(Equations<T>()[static_cast<std::size_t>(step.arg)]);
+  }
+}
+
+// Free {10, 20}, fixed {30}; 2·x10 − x20 − x30 = 0 and −x10 + 2·x20 = 0.
+const std::vector<Step> kWorkedDefinitions = {{kFree, 10}, {kFixed, 30}, {kFree, 20}};
+const std::vector<Step> kWorkedEquations = {{kEquation, 0}, {kEquation, 1}};
+
+template <class T>
+class LinSysSolverMKLTest : public ::testing::Test {};
+using ScalarTypes = ::testing::Types<float, double>;
+TYPED_TEST_SUITE(LinSysSolverMKLTest, ScalarTypes);
+
+// x10 = x30·2/3, x20 = x30/3 with x30 = 3(d + 1) on axis d. LU of this 2 × 2 system
+// rounds a handful of times: 8 ulps of the largest value is ample.
+TYPED_TEST(LinSysSolverMKLTest, Worked_TwoFreeOneFixed) {
+  using T = TypeParam;
+  CLinSysSolverMKL<T> sys;
+  EXPECT_TRUE(sys.IsCorrectlyDefinedSystem());  // nothing defined yet: 0 equations, 0 free
+  Run<T>(kWorkedDefinitions, sys);
+  Run<T>(kWorkedEquations, sys);
+  EXPECT_TRUE(sys.IsCorrectlyDefinedSystem() && !sys.IsSpoiled());
+  for (int axesCount : {1, 3}) {  // solved twice: the matrices are kept
+    Axes<T> axes(axesCount);
+    std::vector<Call> asked;
+    for (int d = 0; d < axesCount; ++d) {
+      axes.informers[d]->positions = {{30, T(3 * (d + 1))}};
+      asked.push_back({d, 30, 3.0 * (d + 1)});
+    }
+    ASSERT_TRUE(axes.Solve(sys));
+    EXPECT_EQ(axes.asked, asked);
+    // Axis by axis, the free vertices in order of definition.
+    ASSERT_EQ(axes.received.size(), static_cast<std::size_t>(2 * axesCount));
+    for (int k = 0; k < 2 * axesCount; ++k) {
+      const Call& c = axes.received[k];
+      EXPECT_EQ(c.axis * 100 + c.vertex, (k / 2) * 100 + (k % 2 ? 20 : 10));
+      EXPECT_NEAR(c.value, (k % 2 ? 1.0 : 2.0) * (k / 2 + 1), 8 * 6.0 * qvtest::Eps<T>());
+    }
+  }
+}
+
+// Each scenario misuses the system once; afterwards the system is spoiled for good: the
+// remaining well-formed calls do not repair it and SolveSystem calls nobody.
+TYPED_TEST(LinSysSolverMKLTest, Misuse_SpoilsForGood) {
+  using T = TypeParam;
+  const std::vector<Scenario> scenarios = {
+      {"third equation",
+       {{kFree, 10}, {kFixed, 30}, {kFree, 20}, {kEquation, 0}, {kEquation, 1}, {kEquation, 1}}},
+      {"fixed vertex declared free", {{kFixed, 30}, {kFree, 30}}},
+      {"free vertex declared fixed", {{kFree, 10}, {kFixed, 10}}},
+      {"free vertex twice", {{kFree, 10}, {kFree, 10}}},
+      {"fixed vertex twice", {{kFixed, 30}, {kFixed, 30}}},
+      {"free vertex after an equation", {{kFree, 10}, {kFree, 20}, {kEquation, 1}, {kFree, 40}}},
+      {"fixed vertex after an equation", {{kFree, 10}, {kFree, 20}, {kEquation, 1}, {kFixed, 40}}},
+      // Undeclared identifiers above, inside and (scattered identifiers) between the
+      // declared ones.
+      {"undeclared vertex", {{kFree, 10}, {kFree, 20}, {kEquation, 2}}},
+      {"undeclared vertex in a gap", {{kFree, 10}, {kFree, 20}, {kEquation, 9}}},
+      {"undeclared scattered vertex",
+       {{kFree, 10}, {kFree, 20}, {kFixed, 2000000000}, {kEquation, 2}}},
+      // Unlike evaluation, a zero term of an undeclared vertex counts here.
+      {"undeclared vertex with coefficient 0", {{kFree, 10}, {kFree, 20}, {kEquation, 3}}},
+      {"equation without free vertices", {{kFixed, 30}, {kEquation, 4}}},
+      {"equation in an empty system", {{kEquation, 5}}},
+  };
+  for (const Scenario& scenario : scenarios) {
+    SCOPED_TRACE(scenario.name);
+    CLinSysSolverMKL<T> sys;
+    Run<T>(scenario.steps, sys);
+    EXPECT_TRUE(sys.IsSpoiled());
+    Run<T>(kWorkedDefinitions, sys);  // well-formed calls afterwards change nothing
+    Run<T>(kWorkedEquations, sys);
+    EXPECT_TRUE(sys.IsSpoiled());
+    EXPECT_FALSE(sys.IsCorrectlyDefinedSystem());
+    Axes<T> axes(3);
+    EXPECT_FALSE(axes.Solve(sys));
+    EXPECT_TRUE(axes.asked.empty() && axes.received.empty());
+    EXPECT_TRUE(CLinSysSolverMKL<T>(sys).IsSpoiled());  // a copy carries the flag
+  }
+}
+
+// Not misuse: too few equations, bad solve arguments. Solving fails without calling
+// anybody, the flag stays clear, and the system can still be completed and solved. Without
+// free vertices, solving succeeds at once, calling nobody, whatever the arguments.
+TYPED_TEST(LinSysSolverMKLTest, Incomplete_FailsWithoutSpoiling) {
+  using T = TypeParam;
+  CLinSysSolverMKL<T> sys;
+  Axes<T> axes(1);
+  axes.SetAll(30, T(3));
+  Run<T>({{kFixed, 30}}, sys);
+  EXPECT_TRUE(sys.IsCorrectlyDefinedSystem());
+  EXPECT_TRUE(sys.SolveSystem(3, nullptr, nullptr, nullptr));
+  Run<T>({{kFree, 10}, {kFree, 20}, {kEquation, 0}}, sys);
+  EXPECT_FALSE(sys.IsCorrectlyDefinedSystem());
+  EXPECT_FALSE(axes.Solve(sys));
+  Run<T>({kWorkedEquations[1]}, sys);
+  ASSERT_TRUE(sys.IsCorrectlyDefinedSystem());
+
+  const IVertexPosInformer<T>* noInformer[1] = {nullptr};
+  IEqSysResultReciever<T>* noReceiver[1] = {nullptr};
+  auto informers = axes.informerPtrs.data();
+  auto receivers = axes.receiverPtrs.data();
+  EXPECT_FALSE(sys.SolveSystem(0, informers, receivers, nullptr) ||
+               sys.SolveSystem(1, nullptr, receivers, nullptr) ||
+               sys.SolveSystem(1, informers, nullptr, nullptr) ||
+               sys.SolveSystem(1, noInformer, receivers, nullptr) ||
+               sys.SolveSystem(1, informers, noReceiver, nullptr));
+  EXPECT_TRUE(axes.asked.empty() && axes.received.empty());
+  EXPECT_FALSE(sys.IsSpoiled());
+  EXPECT_TRUE(axes.Solve(sys));
+  EXPECT_EQ(axes.received.size(), 2u);
+}
+
+// An exactly singular A (LAPACK meets a zero pivot) fails without calling any receiver;
+// it is not misuse, so the flag stays clear.
+TYPED_TEST(LinSysSolverMKLTest, Degenerate_SingularCallsNoReceiver) {
+  using T = TypeParam;
+  const std::vector<Scenario> scenarios = {
+      {"identical equations", {{kEquation, 0}, {kEquation, 0}}},
+      {"free vertex in no equation", {{kEquation, 6}, {kEquation, 7}}},
+      {"empty equation", {{kEquation, 0}, {kEquation, 5}}},
+      {"zero coefficients only", {{kEquation, 8}, {kEquation, 0}}},
+  };
+  for (const Scenario& scenario : scenarios) {
+    SCOPED_TRACE(scenario.name);
+    CLinSysSolverMKL<T> sys;
+    Run<T>(kWorkedDefinitions, sys);
+    Run<T>(scenario.steps, sys);
+    ASSERT_TRUE(sys.IsCorrectlyDefinedSystem());
+    Axes<T> axes(3);
+    axes.SetAll(30, T(1));
+    EXPECT_FALSE(axes.Solve(sys));
+    EXPECT_TRUE(axes.received.empty());
+    EXPECT_FALSE(sys.IsSpoiled());
+  }
+}
+
+// Only nonzero coefficients of fixed vertices reach the right-hand side: a fixed vertex
+// that no equation names, or names with coefficient 0, is still asked for its position
+// (once per axis, in the order of definition), but an infinite or NaN answer does no harm.
+TYPED_TEST(LinSysSolverMKLTest, Degenerate_ZeroFixedTermsSkipNonFinitePositions) {
+  using T = TypeParam;
+  CLinSysSolverMKL<T> sys;
+  Run<T>({{kFixed, 40}, {kFixed, 50}}, sys);
+  Run<T>(kWorkedDefinitions, sys);
+  sys.AddEquation(Combination<T>({{10, T(2)}, {20, T(-1)}, {30, T(-1)}, {50, T(0)}}));
+  Run<T>({kWorkedEquations[1]}, sys);
+  Axes<T> axes(1);
+  axes.informers[0]->positions = {{30, T(3)},
+                                  {40, std::numeric_limits<T>::infinity()},
+                                  {50, std::numeric_limits<T>::quiet_NaN()}};
+  ASSERT_TRUE(axes.Solve(sys));
+  ASSERT_EQ(axes.received.size(), 2u);
+  EXPECT_NEAR(axes.received[0].value, 2.0, 16 * qvtest::Eps<T>());
+  EXPECT_NEAR(axes.received[1].value, 1.0, 16 * qvtest::Eps<T>());
+  ASSERT_EQ(axes.asked.size(), 3u);
+  EXPECT_EQ(axes.asked[0].vertex * 10000 + axes.asked[1].vertex * 100 + axes.asked[2].vertex,
+            405030);
+}
+
+// Random Laplacian-like systems: free vertex i gets −(1 + δ)(Σ|w| + 1)·x_i + Σ w_j·x_j = 0
+// over random neighbours (free or fixed, repeats summed by AddVertex), δ ≥ 0.1: strictly
+// diagonally dominant, hence regular and well conditioned. Identifiers are a compact block
+// or scattered over the whole int range including its extremes (both forms of the solver's
+// identifier table); definitions are interleaved and equations added in shuffled order.
+// Oracle: the same coefficients (as stored in T) in a dense double system solved by Eigen's
+// full-pivoting LU.
+TYPED_TEST(LinSysSolverMKLTest, Oracle_RandomLaplacianAgainstEigen) {
+  using T = TypeParam;
+  qvtest::TestRng rng(62001);
+  SCOPED_TRACE(rng.Trace());
+  const int kAxes = 3;
+  for (int trial = 0; trial < 40; ++trial) {
+    const int nFree = rng.Int(1, 60), nFixed = rng.Int(0, 20), n = nFree + nFixed;
+    std::vector<int> ids;
+    std::map<int, int> slot;  // identifier → index in ids
+    auto add = [&](int id) {
+      if (slot.emplace(id, static_cast<int>(ids.size())).second) ids.push_back(id);
+    };
+    if (trial % 2) add(INT_MIN), add(INT_MAX);  // the extremes are identifiers like any other
+    while (static_cast<int>(ids.size()) < n)
+      add(trial % 2 ? static_cast<int>(rng.Uniform(INT_MIN, INT_MAX)) : 5000 + rng.Int(0, 2 * n));
+    // ids[0..nFree) are free, the rest fixed; the definitions are interleaved at random.
+    std::vector<int> order(static_cast<std::size_t>(n));
+    for (int k = 0; k < n; ++k) order[k] = k;
+    std::shuffle(order.begin(), order.end(), rng.Engine());
+    CLinSysSolverMKL<T> sys;
+    std::vector<int> freeByNumber;
+    for (int k : order) {
+      if (k < nFree) {
+        sys.DefineFreeVertex(ids[k]);
+        freeByNumber.push_back(ids[k]);
+      } else {
+        sys.DefineFixedVertex(ids[k]);
+      }
+    }
+    Axes<T> axes(kAxes);
+    for (int k = nFree; k < n; ++k)
+      for (int d = 0; d < kAxes; ++d)
+        axes.informers[d]->positions[ids[k]] = T(rng.Uniform(-100, 100));
+
+    Eigen::MatrixXd A = Eigen::MatrixXd::Zero(nFree, nFree),
+                    B = Eigen::MatrixXd::Zero(nFree, kAxes);
+    std::vector<int> rows(static_cast<std::size_t>(nFree));
+    for (int i = 0; i < nFree; ++i) rows[i] = i;
+    std::shuffle(rows.begin(), rows.end(), rng.Engine());
+    for (int i : rows) {
+      CVertexLinearCombination<T> lc;
+      T total = T(0);
+      for (int k = rng.Int(1, 6); k > 0; --k) {
+        const int j = rng.Int(0, n - 1);
+        if (j == i) continue;
+        const T w = T(rng.Uniform(0.1, 2.0)) * (rng.Int(0, 4) == 0 ? T(-1) : T(1));
+        lc.AddVertex(ids[j], w);
+        total = T(total + std::fabs(w));
+      }
+      lc.AddVertex(ids[i], T(-(1 + rng.Uniform(0.1, 1.0)) * (total + T(1))));
+      sys.AddEquation(lc);
+      for (auto it = lc.begin(); it != lc.end(); ++it) {
+        const int j = slot.at(it->GetVertexIdx());
+        const double c = it->GetCoeff();
+        if (j < nFree) A(i, j) = c;
+        for (int d = 0; j >= nFree && d < kAxes; ++d)
+          B(i, d) -= c * double(axes.informers[d]->positions.at(ids[j]));
+      }
+    }
+    ASSERT_TRUE(sys.IsCorrectlyDefinedSystem());
+    ASSERT_TRUE(axes.Solve(sys));
+
+    Eigen::FullPivLU<Eigen::MatrixXd> lu(A);
+    const Eigen::MatrixXd X = lu.solve(B);
+    // Forward error of a backward-stable LU in T: ≲ c·n·ε·κ(A)·‖x‖ with κ bounded through
+    // rcond; c = 8 covers pivot growth and the rounding of the right-hand side in T.
+    const double tol =
+        8.0 * nFree * qvtest::Eps<T>() / lu.rcond() * std::max(1.0, X.cwiseAbs().maxCoeff());
+    ASSERT_EQ(axes.received.size(), static_cast<std::size_t>(kAxes * nFree));
+    for (int d = 0; d < kAxes; ++d) {
+      for (int k = 0; k < nFree; ++k) {
+        const Call& c = axes.received[static_cast<std::size_t>(d * nFree + k)];
+        ASSERT_EQ(c.axis, d);
+        ASSERT_EQ(c.vertex, freeByNumber[k]);  // free vertices in order of definition
+        EXPECT_NEAR(c.value, X(slot.at(c.vertex), d), tol);
+      }
+    }
+    // Each fixed vertex is asked once per axis (also when no equation names it), axis by
+    // axis, in the order of definition; free vertices are never asked.
+    std::vector<Call> expectedAsked;
+    for (int d = 0; d < kAxes; ++d)
+      for (int k : order)
+        if (k >= nFree)
+          expectedAsked.push_back({d, ids[k], double(axes.informers[d]->positions[ids[k]])});
+    EXPECT_EQ(axes.asked, expectedAsked);
+  }
+}
+
+// Copies taken before the last equation are deep: each goes on alone, after the original
+// is spoiled and gone. With x20 = 0 as the second equation, 2·x10 = x30 = 3.
+TYPED_TEST(LinSysSolverMKLTest, Copies_AreDeepAndIndependent) {
+  using T = TypeParam;
+  auto* original = new CLinSysSolverMKL<T>;
+  Run<T>(kWorkedDefinitions, *original);
+  Run<T>({kWorkedEquations[0]}, *original);
+  CLinSysSolverMKL<T> copied(*original);
+  CLinSysSolverMKL<T> assigned;
+  assigned.DefineFreeVertex(7);
+  assigned = *original;
+  std::unique_ptr<IVertexPosLinearSystem<T>> cloned(
+      static_cast<const IVertexPosLinearSystem<T>&>(*original).Copy());
+  ASSERT_NE(dynamic_cast<CLinSysSolverMKL<T>*>(cloned.get()), nullptr);
+  Run<T>({{kEquation, 2}}, *original);  // spoils the original only
+  ASSERT_TRUE(original->IsSpoiled());
+  delete original;
+
+  Run<T>({kWorkedEquations[1]}, copied);
+  Run<T>({kWorkedEquations[1]}, *cloned);
+  Run<T>({{kEquation, 10}}, assigned);
+  CLinSysSolverMKL<T>& alias = assigned;
+  assigned = alias;  // self-assignment keeps the state
+  const std::vector<std::pair<IVertexPosLinearSystem<T>*, double>> cases = {
+      {&copied, 2.0}, {cloned.get(), 2.0}, {&assigned, 1.5}};
+  for (const auto& c : cases) {
+    Axes<T> axes(1);
+    axes.SetAll(30, T(3));
+    EXPECT_FALSE(c.first->IsSpoiled());
+    ASSERT_TRUE(axes.Solve(*c.first));
+    EXPECT_NEAR(axes.received[0].value, c.second, 16 * qvtest::Eps<T>());
+  }
+
+  CLinSysSolverMKL<T> spoiled;
+  Run<T>({{kFree, 1}, {kFree, 1}}, spoiled);
+  copied = spoiled;  // assignment carries the flag too
+  EXPECT_TRUE(copied.IsSpoiled());
+}
+
+}  // namespace
