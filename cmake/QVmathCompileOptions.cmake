@@ -25,3 +25,18 @@ if(QVMATH_SANITIZE)
   add_compile_options(-fsanitize=${_qvmath_san} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${_qvmath_san})
 endif()
+
+# qvmath_add_program(<subsystem>/<file>.cpp <out-target-var> LIBS lib...)
+# An executable of the test or benchmark trees, named <subsystem>_<file>, compiled like the
+# library and linked to it; the target name is returned in <out-target-var>.
+function(qvmath_add_program source out_var)
+  cmake_parse_arguments(ARG "" "" "LIBS" ${ARGN})
+  get_filename_component(dir ${source} DIRECTORY)
+  get_filename_component(stem ${source} NAME_WE)
+  set(target ${dir}_${stem})
+  add_executable(${target} ${source})
+  qvmath_strict_options(${target})
+  target_include_directories(${target} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
+  target_link_libraries(${target} PRIVATE QVmath::qvmath Threads::Threads ${ARG_LIBS})
+  set(${out_var} ${target} PARENT_SCOPE)
+endfunction()

@@ -32,7 +32,7 @@ void Print(const char* label, const Matrix<double>& m) {
 }  // namespace
 
 int main() {
-  std::printf("QVmath tour: points, vectors, matrices, colours, rounding\n");
+  std::printf("QVmath tour: points, vectors, matrices, solvers, distances, colours, rounding\n");
 
   Title("Points and homogeneous points");
   Point3D_d p(3, 4, 12);
@@ -73,6 +73,39 @@ int main() {
   std::printf("  2 * v = (");
   for (int i = 0; i < twice.size(); ++i) std::printf(i ? ", %g" : "%g", twice[i]);
   std::printf(")\n");
+
+  Title("Dense solve and a 3x3 scatter matrix");
+  Matrix<double> A(3, 3), B(3, 1), X;
+  const double rows[3][3] = {{4, 1, 0}, {1, 3, 1}, {0, 1, 2}};
+  for (int i = 0; i < 3; ++i)
+    for (int j = 0; j < 3; ++j) A(i, j) = rows[i][j];
+  B(0, 0) = 5, B(1, 0) = 5, B(2, 0) = 3;
+  Matrix<double> factors = A;  // solveMat overwrites A with its LU factors
+  if (REmath::solveMat(factors, B, X))
+    std::printf("  solve A x = (5, 5, 3): x = (%g, %g, %g)\n", X(0, 0), X(1, 0), X(2, 0));
+  CRotationMatrix scatter;
+  for (int i = 0; i < 3; ++i)
+    for (int j = 0; j < 3; ++j) scatter.m[i][j] = rows[i][j];
+  Point3D_d axes[3];
+  double values[3];
+  REmath::GetEigenVectorsSA(scatter, axes, values, true);
+  for (int k = 0; k < 3; ++k)
+    std::printf("  eigenvalue %-9.6f vector (%+.6f, %+.6f, %+.6f)\n", values[k], axes[k].x(),
+                axes[k].y(), axes[k].z());
+
+  Title("Squared distance from a point to a triangle");
+  const Point3D tri[3] = {Point3D(0, 0, 0), Point3D(1, 0, 0), Point3D(0, 1, 0)};
+  const float* corners[3] = {tri[0].asArray(), tri[1].asArray(), tri[2].asArray()};
+  const char* regionName[7] = {"face", "edge AB", "edge BC", "edge CA", "vertex A", "vertex B",
+                               "vertex C"};
+  for (const Point3D& p : {Point3D(0.2f, 0.2f, 1.0f), Point3D(2.0f, -1.0f, 0.0f),
+                           Point3D(0.5f, -0.5f, 0.5f)}) {
+    int region = -1;
+    float foot[3];
+    const float d2 = distancePointTriangle2(p.asArray(), corners, region, foot);
+    std::printf("  p = (%4.1f, %4.1f, %4.1f): d2 = %-6g nearest (%g, %g, %g) on the %s\n",
+                p.x(), p.y(), p.z(), d2, foot[0], foot[1], foot[2], regionName[region]);
+  }
 
   Title("Colour ramp and HSV");
   for (float t : {0.0f, 0.25f, 0.5f, 0.75f, 1.0f}) {
