@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <exception>
 #include <new>
 #include <tuple>
 #include <vector>
@@ -313,7 +314,7 @@ int pzProcess::marchingcubesBody() {
   const std::size_t planeSize = std::size_t(nj + 1) * std::size_t(nk + 1);
   try {
     for (int h = 0; h < 2; ++h) run.value[h].resize(planeSize), run.flag[h].resize(planeSize);
-  } catch (const std::bad_alloc&) {
+  } catch (const std::exception&) {  // bad_alloc, or length_error for a huge plane
     throw NoMemory();
   }
   // Fills plane slot h with the corners of lattice plane i, from the corner cache where a

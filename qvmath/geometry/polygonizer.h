@@ -114,7 +114,8 @@ struct pzIntlists {
 };
 
 /// The polygonizer. One object runs one polygonization at a time; between runs it keeps the
-/// vertex store of the last successful run (`vertices()`).
+/// vertex store of the last successful run (`vertices()`). The functors of a run must not
+/// start another run on the same object nor call its `freeprocess()`.
 ///
 /// Functors are taken by const reference (an abstract functor cannot be passed by value);
 /// they stay the caller's and must outlive the call. The surface functor
