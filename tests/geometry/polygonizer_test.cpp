@@ -56,12 +56,26 @@ struct Mesh : pzProcess::TriangleFunctor {
   }
 };
 
+// Numerical gradient of g (the oracle for the orientation rule: toward f > 0).
+V3 Grad(const std::function<double(const V3&)>& g, const V3& p) {
+  const double h = 1e-6;
+  V3 r;
+  for (int a = 0; a < 3; ++a) {
+    V3 q = p, m = p;
+    q[a] += h, m[a] -= h;
+    r[a] = (g(q) - g(m)) / (2 * h);
+  }
+  return r;
+}
+
 struct Topology {
   bool closedAndOriented = true;  // every directed edge once, with its reverse present
   int euler = 0, components = 0;
   double area = 0, minArea = 1e300;
+  int wrongFaces = 0;  // triangles whose normal does not point along the gradient of g
 };
-Topology Analyse(const std::vector<std::array<int, 3>>& tris, const pzVertices& v) {
+Topology Analyse(const std::vector<std::array<int, 3>>& tris, const pzVertices& v,
+                 const std::function<double(const V3&)>& g) {
   Topology t;
   std::set<std::pair<int, int>> directed, undirected;
   std::set<int> used;
@@ -77,26 +91,16 @@ Topology Analyse(const std::vector<std::array<int, 3>>& tris, const pzVertices& 
     }
   for (const auto& d : directed) t.closedAndOriented &= directed.count({d.second, d.first}) == 1;
   for (const auto& tri : tris) {
-    const V3 n = qvtest::Cross(qvtest::Sub(A(v.ptr[tri[1]].position), A(v.ptr[tri[0]].position)),
-                               qvtest::Sub(A(v.ptr[tri[2]].position), A(v.ptr[tri[0]].position)));
+    const V3 p0 = A(v.ptr[tri[0]].position);
+    const V3 n = qvtest::Cross(qvtest::Sub(A(v.ptr[tri[1]].position), p0),
+                               qvtest::Sub(A(v.ptr[tri[2]].position), p0));
     t.area += 0.5 * std::sqrt(qvtest::Norm2(n));
     t.minArea = std::min(t.minArea, 0.5 * std::sqrt(qvtest::Norm2(n)));
+    t.wrongFaces += qvtest::Dot(n, Grad(g, p0)) <= 0;
   }
   for (int x : used) t.components += root(x) == x;
   t.euler = int(used.size()) - int(undirected.size()) + int(tris.size());
   return t;
-}
-
-// Numerical gradient of g (the oracle for the orientation rule: toward f > 0).
-V3 Grad(const std::function<double(const V3&)>& g, const V3& p) {
-  const double h = 1e-6;
-  V3 r;
-  for (int a = 0; a < 3; ++a) {
-    V3 q = p, m = p;
-    q[a] += h, m[a] -= h;
-    r[a] = (g(q) - g(m)) / (2 * h);
-  }
-  return r;
 }
 
 struct Case {
@@ -127,24 +131,18 @@ TEST(Polygonizer, Properties_ClosedOrientedManifoldWithAnalyticArea) {
     ASSERT_EQ(n, int(mesh.tris.size()));
     ASSERT_GT(n, 1000);
     const pzVertices& v = pz.vertices();
-    const Topology t = Analyse(mesh.tris, v);
+    const Topology t = Analyse(mesh.tris, v, c.g);
     EXPECT_TRUE(t.closedAndOriented);
     EXPECT_EQ(t.euler, c.euler);
     EXPECT_EQ(t.components, 1);
     EXPECT_NEAR(t.area / c.area, 1.0, 0.01);
     EXPECT_GT(t.minArea, 0.0);
-    int wrongFace = 0, wrongNormal = 0;
-    for (const auto& tri : mesh.tris) {
-      const V3 p0 = A(v.ptr[tri[0]].position);
-      const V3 n = qvtest::Cross(qvtest::Sub(A(v.ptr[tri[1]].position), p0),
-                                 qvtest::Sub(A(v.ptr[tri[2]].position), p0));
-      wrongFace += qvtest::Dot(n, Grad(c.g, p0)) <= 0;
-    }
+    EXPECT_EQ(t.wrongFaces, 0);
     // The forward-difference normal with step size/100 is within a few degrees of the true one.
+    int wrongNormals = 0;
     for (int i = 0; i < v.count; ++i)
-      wrongNormal += qvtest::Dot(A(v.ptr[i].normal), Grad(c.g, A(v.ptr[i].position))) < 0.99;
-    EXPECT_EQ(wrongFace, 0);
-    EXPECT_EQ(wrongNormal, 0);
+      wrongNormals += qvtest::Dot(A(v.ptr[i].normal), Grad(c.g, A(v.ptr[i].position))) < 0.99;
+    EXPECT_EQ(wrongNormals, 0);
   }
 }
 
@@ -197,13 +195,8 @@ TEST(Polygonizer, Properties_CachedEvaluationsAndRepeatableRuns) {
   EXPECT_EQ(m1.tris, m2.tris);
   EXPECT_EQ(first, second);
   ASSERT_EQ(pz.vertices().count, int(v1.size()));
-  std::set<std::tuple<double, double, double>> points, positions;
-  for (size_t i = 0; i < v1.size(); ++i) {
-    const V3 p = A(v1[i].position);
-    EXPECT_EQ(p, A(pz.vertices().ptr[i].position));
-    positions.insert({p[0], p[1], p[2]});
-  }
-  for (const V3& p : first) points.insert({p[0], p[1], p[2]});
+  std::set<V3> points(first.begin(), first.end()), positions;
+  for (size_t i = 0; i < v1.size(); ++i) positions.insert(A(v1[i].position));
   EXPECT_EQ(points.size(), first.size());
   EXPECT_EQ(positions.size(), v1.size());
 }
@@ -273,7 +266,8 @@ TEST(Polygonizer, Properties_ComponentsAndFlags) {
     const int n = c.sweep ? pz.marchingcubes(*c.f, 0.05, Point3D_d(-2, -1, -1), Point3D_d(2, 1, 1), mesh)
                           : pz.polygonize(*c.f, 0.05, bounds, Point3D_d(-1.6, 0, 0), mesh);
     ASSERT_GT(n, 0);
-    const Topology t = Analyse(mesh.tris, pz.vertices());
+    const Topology t = Analyse(mesh.tris, pz.vertices(), g);
+    EXPECT_EQ(t.wrongFaces, 0);
     EXPECT_EQ(t.components, c.components);
     EXPECT_EQ(t.closedAndOriented, c.closed);
     EXPECT_EQ(t.euler, c.euler);
