@@ -154,7 +154,7 @@ void BM_Pz(benchmark::State& st, bool sweep) {
 
 #ifdef QVMATH_BENCH_HAVE_PCL
 // pcl::MarchingCubes over [-1.5, 1.5]³ with the grid filled from the same function.
-class PclImplicitMC : public pcl::MarchingCubes<pcl::PointXYZ> {
+class PclImplicitMC : public pcl::MarchingCubes<pcl::PointNormal> {
  public:
   int shape = 0;
   long calls = 0;
@@ -174,17 +174,23 @@ class PclImplicitMC : public pcl::MarchingCubes<pcl::PointXYZ> {
   }
 };
 
+pcl::PointNormal Corner(float c) {
+  pcl::PointNormal p;
+  p.x = p.y = p.z = c;
+  return p;
+}
+
 int PclRun(int shape, int res, long* calls) {
-  pcl::PointCloud<pcl::PointXYZ>::Ptr box(new pcl::PointCloud<pcl::PointXYZ>);
-  box->push_back(pcl::PointXYZ(-1.5f, -1.5f, -1.5f));
-  box->push_back(pcl::PointXYZ(1.5f, 1.5f, 1.5f));
+  pcl::PointCloud<pcl::PointNormal>::Ptr box(new pcl::PointCloud<pcl::PointNormal>);
+  box->push_back(Corner(-1.5f));
+  box->push_back(Corner(1.5f));
   PclImplicitMC mc;
   mc.shape = shape;
   mc.setInputCloud(box);
   mc.setGridResolution(res, res, res);
   mc.setPercentageExtendGrid(0.0f);
   mc.setIsoLevel(0.0f);
-  pcl::PointCloud<pcl::PointXYZ> points;
+  pcl::PointCloud<pcl::PointNormal> points;
   std::vector<pcl::Vertices> polygons;
   mc.reconstruct(points, polygons);
   if (calls) *calls += mc.calls;
