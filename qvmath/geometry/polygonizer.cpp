@@ -208,7 +208,7 @@ struct pzProcess::Run {
 };
 
 pzProcess::pzProcess() = default;
-pzProcess::~pzProcess() = default;
+pzProcess::~pzProcess() { m_vertices.release(); }
 
 void pzProcess::freeprocess() {
   m_run.reset();
