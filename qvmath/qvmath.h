@@ -51,6 +51,7 @@
 #include <qvmath/geometry/point_to_curve_projector.h>
 #include <qvmath/geometry/point_to_face_projector.h>
 #include <qvmath/geometry/point_to_geom_obj_projector.h>
+#include <qvmath/geometry/polygonizer.h>
 #include <qvmath/geometry/projector_to_polyline.h>
 #include <qvmath/geometry/projector_triangle.h>
 #include <qvmath/geometry/projectors_join.h>
