@@ -38,11 +38,6 @@ TEST(QuadricCurvature, Regions_AnalyticSurfaces) {
       EXPECT_NEAR(kmax, std::fmax(std::fabs(s.k1), std::fabs(s.k2)), 1e-4);
     }
   }
-  std::vector<REmath::Point3D> few(8, REmath::Point3D(1, 2, 3));
-  double out[5] = {-1, -1, -1, -1, -1};
-  REmath::Matrix<double> T;
-  EXPECT_FALSE(EstimateCurvature(few, true, out, T));
-  EXPECT_EQ(out[0], -1.0);
 }
 
 }  // namespace

@@ -73,7 +73,6 @@ inline std::vector<REmath::Point3D> Sample(const Surface& s, const Motion& m, do
 
 inline V3 ToV3(const REmath::Point3D_d& p) { return {p.x(), p.y(), p.z()}; }
 
-/// |cos| of the angle between a and b.
 inline double AbsCos(const V3& a, const V3& b) {
   return std::fabs(Dot(a, b)) / std::sqrt(Norm2(a) * Norm2(b));
 }
