@@ -29,7 +29,7 @@ for t in "${targets[@]}"; do
   work="build/fuzz/run/$t"
   rm -rf "$work"
   mkdir -p "$work/corpus"
-  cp fuzz/corpus/"$t"/* "$work/corpus/"
+  if [ -d "fuzz/corpus/$t" ]; then cp fuzz/corpus/"$t"/* "$work/corpus/"; fi
   "build/fuzz/fuzz/${t}_fuzz" -max_total_time="$seconds" -timeout=25 -rss_limit_mb=2048 \
     -print_final_stats=1 -artifact_prefix="$work/" "$work/corpus" 2>"$work/log.txt" ||
     { tail -n 60 "$work/log.txt"; echo "fuzz target $t failed; see $work/"; exit 1; }
