@@ -23,8 +23,8 @@ const char kReadErrorText[] = "Unexpected end of file. Probably corrupted data."
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   FuzzedDataProvider in(data, size);
-  const std::vector<std::uint8_t> contents =
-      in.ConsumeBytes<std::uint8_t>(in.ConsumeIntegralInRange<std::size_t>(0, in.remaining_bytes()));
+  const std::size_t length = in.ConsumeIntegralInRange<std::size_t>(0, in.remaining_bytes());
+  const std::vector<std::uint8_t> contents = in.ConsumeBytes<std::uint8_t>(length);
   const std::int64_t fileSize = static_cast<std::int64_t>(contents.size());
   qvfuzz::MemoryFile file(contents.data(), contents.size());
   CFileBinaryStream stream(file.get());
