@@ -31,4 +31,8 @@ tsan_targets=$(cd tests && ls platform/*_test.cpp infra/*_test.cpp 2>/dev/null |
 cmake --build build/tsan -j"$jobs" --target qvmath $tsan_targets
 TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 \
   ctest --test-dir build/tsan --output-on-failure -j"$jobs" -L 'platform|infra'
+# ---- libFuzzer: a short bounded run of every fuzz target (clang, ASan + UBSan) ----
+echo "== libFuzzer targets, 20 s each"
+scripts/fuzz.sh 20
+# ---- end of the libFuzzer block ----
 echo "All test suites passed."

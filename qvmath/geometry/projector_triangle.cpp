@@ -20,7 +20,8 @@ double Dot(const double* a, const double* b) { return a[0] * b[0] + a[1] * b[1] 
 // reciprocal 1/|d|² (0 for a zero-length edge, which then measures |w|²). The parameter is
 // clamped rather than branched on (random queries would mispredict region branches), and
 // in double the remainder w − t·d keeps far more digits than the float result needs.
-inline double EdgeDist2(double wx, double wy, double dx, double dy, double invL) {
+// Only the portable path (no SSE2) calls it.
+[[maybe_unused]] inline double EdgeDist2(double wx, double wy, double dx, double dy, double invL) {
   const double t = std::min(std::max((wx * dx + wy * dy) * invL, 0.0), 1.0);
   const double rx = wx - t * dx, ry = wy - t * dy;
   return rx * rx + ry * ry;
