@@ -87,3 +87,10 @@
 #include <qvmath/infra/save_load_log.h>
 #include <qvmath/infra/skip_till_the_end.h>
 #include <qvmath/infra/sub_phase_callback_replacer.h>
+
+// Point clouds: the cloud, its files, the neighbour index and the whole-cloud operations
+#include <qvmath/cloud/cloud_file.h>
+#include <qvmath/cloud/cloud_file_error.h>
+#include <qvmath/cloud/ply_io.h>
+#include <qvmath/cloud/point_cloud.h>
+#include <qvmath/cloud/xyz_io.h>
