@@ -58,6 +58,16 @@
 #include <qvmath/geometry/two_lines.h>
 #include <qvmath/geometry/vector_angles.h>
 
+// Surface analysis: frames and quadrics, normals and curvatures
+#include <qvmath/analysis/curvatures.h>
+#include <qvmath/analysis/model_sizer.h>
+#include <qvmath/analysis/normal_estimation.h>
+#include <qvmath/analysis/ortho_norm_basis.h>
+#include <qvmath/analysis/quadratic_form.h>
+#include <qvmath/analysis/quadric_curvature.h>
+#include <qvmath/analysis/quadric_normal.h>
+#include <qvmath/analysis/signed_curvature.h>
+
 // Optimisation, rounding and root finding
 #include <qvmath/optim/brent_zero.h>
 #include <qvmath/optim/min_max_optimizer.h>

@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: MIT
+#include <qvmath/analysis/signed_curvature.h>
+
+#include <algorithm>
+#include <cmath>
+
+#include <qvmath/analysis/detail/small_spd.h>
+#include <qvmath/analysis/ortho_norm_basis.h>
+
+using REmath::Point3D_d;
+
+namespace {
+
+// Below this reciprocal condition number of the equilibrated normal matrix, its inverse
+// (whose square root bounds the amplification of data errors into the coefficients) would
+// carry fewer than about five correct digits of the curvatures.
+constexpr double kMinConditioning = 1e-10;
+
+void Invalid(CSignedCurvature& out, double conditioning) {
+  out = CSignedCurvature{0, 0, 0, 0, Point3D_d(), Point3D_d(), false, conditioning};
+}
+
+}  // namespace
+
+bool GetSignedCurvatures(int n, const REmath::Point3D* pts, const Point3D_d& origin,
+                         const Point3D_d& normal, CSignedCurvature& out) {
+  Invalid(out, 0.0);
+  const double nl = normal.length();
+  if (n < 6 || !(nl > 0) || !std::isfinite(nl) || !std::isfinite(origin.length())) return false;
+  const COrthoNormBasis frame = COrthoNormBasis::buildAnyRightHandByV2AndOrigin(normal, origin);
+  const CRotationMatrix& F = frame.getForthCoordTransform().m;
+  auto local = [&](int i, double q[3]) {
+    const double d[3] = {double(pts[i].x()) - origin.x(), double(pts[i].y()) - origin.y(),
+                         double(pts[i].z()) - origin.z()};
+    for (int r = 0; r < 3; ++r) q[r] = F.m[r][0] * d[0] + F.m[r][1] * d[1] + F.m[r][2] * d[2];
+  };
+  double r2 = 0;
+  for (int i = 0; i < n; ++i) {
+    double q[3];
+    local(i, q);
+    r2 = std::max(r2, q[0] * q[0] + q[1] * q[1]);
+  }
+  const double s = std::sqrt(r2);
+  if (!(s > 0) || !std::isfinite(s)) return false;
+
+  REmath::detail::NormalEquations<6> ne;
+  for (int i = 0; i < n; ++i) {
+    double q[3];
+    local(i, q);
+    const double u = q[0] / s, v = q[1] / s;
+    const double row[6] = {1.0, u, v, u * u, u * v, v * v};
+    ne.Add(row, q[2] / s, 1.0);
+  }
+  ne.Symmetrise();
+  REmath::detail::EquilibratedCholesky<6> ch;
+  ch.Factor(ne.G, 0.0);
+  const double rcond = ch.RCond(ne.G);
+  if (!(rcond >= kMinConditioning)) {
+    Invalid(out, rcond);
+    return false;
+  }
+  double c[6];
+  ch.Solve(ne.r, c);
+  // Unscaled derivatives at (0, 0): h_u, h_v, h_uu, h_uv, h_vv.
+  const double hu = c[1], hv = c[2];
+  const double huu = 2 * c[3] / s, huv = c[4] / s, hvv = 2 * c[5] / s;
+
+  // Orthonormal tangent frame of the graph at (0, 0) in local coordinates: T1 along the
+  // u-tangent (1, 0, hu), N = (−hu, −hv, 1)/W on the side of `normal`, T2 = N × T1.
+  const double W = std::sqrt(1 + hu * hu + hv * hv);
+  const double N[3] = {-hu / W, -hv / W, 1 / W};
+  const double l1 = std::sqrt(1 + hu * hu);
+  const double T1[3] = {1 / l1, 0, hu / l1};
+  const double T2[3] = {N[1] * T1[2] - N[2] * T1[1], N[2] * T1[0] - N[0] * T1[2],
+                        N[0] * T1[1] - N[1] * T1[0]};
+  // Second fundamental form II(a, b) = (a_u, a_v)·Hess(h)·(b_u, b_v)/W, where the parameter
+  // components of a tangent vector are its local x and y. Negated: positive = bending
+  // away from the normal.
+  auto II = [&](const double* a, const double* b) {
+    return (a[0] * (huu * b[0] + huv * b[1]) + a[1] * (huv * b[0] + hvv * b[1])) / W;
+  };
+  const double p11 = -II(T1, T1), p12 = -II(T1, T2), p22 = -II(T2, T2);
+  const double m = (p11 + p22) / 2, h = (p11 - p22) / 2;
+  const double rad = std::hypot(h, p12);
+  // Eigenvector of the larger eigenvalue of [[p11, p12], [p12, p22]] at angle θ from T1;
+  // θ = 0 at umbilics (h = p12 = 0), a deterministic choice.
+  const double theta = 0.5 * std::atan2(p12, h);
+  const double ct = std::cos(theta), st = std::sin(theta);
+  double d1[3], d2[3];
+  for (int k = 0; k < 3; ++k) {
+    d1[k] = ct * T1[k] + st * T2[k];
+    d2[k] = -st * T1[k] + ct * T2[k];
+  }
+  const CRotationMatrix& B = frame.getBackCoordTransform().m;
+  auto world = [&B](const double* a) {
+    Point3D_d w(B.m[0][0] * a[0] + B.m[0][1] * a[1] + B.m[0][2] * a[2],
+                B.m[1][0] * a[0] + B.m[1][1] * a[1] + B.m[1][2] * a[2],
+                B.m[2][0] * a[0] + B.m[2][1] * a[1] + B.m[2][2] * a[2]);
+    return w.unitLength();
+  };
+  CSignedCurvature r{m + rad, m - rad, m, (m + rad) * (m - rad), world(d1), world(d2), true,
+                     rcond};
+  if (!std::isfinite(r.k1) || !std::isfinite(r.k2) || !std::isfinite(r.dir1.length()) ||
+      !std::isfinite(r.dir2.length())) {
+    Invalid(out, rcond);
+    return false;
+  }
+  out = r;
+  return true;
+}
