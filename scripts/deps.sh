@@ -6,6 +6,7 @@ QV_PACKAGES=(
   libopenblas-dev liblapacke-dev libcminpack-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   libeigen3-dev libcgal-dev libboost-dev
+  libnanoflann-dev
 )
 
 qv_install_deps() {
