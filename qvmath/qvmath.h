@@ -67,6 +67,17 @@
 #include <qvmath/analysis/quadric_curvature.h>
 #include <qvmath/analysis/quadric_normal.h>
 #include <qvmath/analysis/signed_curvature.h>
+// Surface and curve analysis: planes, polyline smoothing, robust regression
+#include <qvmath/analysis/coord3d_refs.h>
+#include <qvmath/analysis/plane_appoximator.h>
+#include <qvmath/analysis/plane_equation.h>
+#include <qvmath/analysis/plane_fit.h>
+#include <qvmath/analysis/plane_limits.h>
+#include <qvmath/analysis/plane_selection_constrained.h>
+#include <qvmath/analysis/polyline_smooth.h>
+#include <qvmath/analysis/polyline_smooth_params.h>
+#include <qvmath/analysis/regression_analysis_task.h>
+#include <qvmath/analysis/robust_regression_solver.h>
 
 // Optimisation, rounding and root finding
 #include <qvmath/optim/brent_zero.h>
