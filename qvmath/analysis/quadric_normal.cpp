@@ -24,6 +24,8 @@ constexpr double kDropTol = 1e-12;
 // RMS thickness over RMS extent below which a neighbourhood counts as flat: the normal
 // turns by roughly 8·ratio radians across it, under 0.05° at 1e-4.
 constexpr double kFlatRatio = 1e-4;
+// Middle over largest eigenvalue of the scatter at or below which the points are collinear.
+constexpr double kCollinear = 1e-16;
 
 bool Finite3(const double* v) {
   return std::isfinite(v[0]) && std::isfinite(v[1]) && std::isfinite(v[2]);
@@ -45,7 +47,10 @@ bool FitLocalQuadric(int n, const Point3D* pts, const LocalQuadricOptions& opt,
   const int imin = SmallestEigenIndex(ev, 1e30);
   if (imin < 0) return false;
   const double trace = ev[0] + ev[1] + ev[2];
-  if (!(trace > 0)) return false;  // coincident points
+  const double lmax = std::max({ev[0], ev[1], ev[2]});
+  // Coincident points, or collinear ones (width below 1e-8 of the length: rounding level
+  // of float input): no surface to fit, flat or not.
+  if (!(trace > 0) || !(trace - lmax - ev[imin] > kCollinear * lmax)) return false;
   const Point3D_d axis(S[0][imin], S[1][imin], S[2][imin]);
   const Point3D_d p0(double(pts[0].x()), double(pts[0].y()), double(pts[0].z()));
   const COrthoNormBasis frame = COrthoNormBasis::buildAnyRightHandByV2AndOrigin(axis, p0);

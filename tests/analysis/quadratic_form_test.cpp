@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: MIT
+// Quadratic forms: the root cases of solving for z (exact-zero tests kept), the change of
+// basis against direct evaluation, the coefficient records, and the deliberate default.
+
+#include <qvmath/analysis/quadratic_form.h>
+
+#include "analysis/surface_samples.h"
+
+namespace {
+
+using namespace qvtest;
+using REmath::Point3D_d;
+
+TEST(QuadraticForm, Regions_CalculateZByXY) {
+  const CQuadraticForm sphere = CQuadraticForm::buildFromCoefficients(1, 1, 1, 0, 0, 0, 0, 0, 0, -1);
+  struct Case {
+    const char* name;
+    CQuadraticForm f;
+    double x, y;
+    int result;
+    double z1, z2;  // expected; NAN: untouched
+  } cases[] = {
+      {"sphere, two roots", sphere, 0, 0, 6, 1, -1},
+      {"sphere, outside", sphere, 2, 0, 0, NAN, NAN},
+      {"plane z = 2 - x", CQuadraticForm::buildFromCoefficients(0, 0, 0, 0, 0, 0, 1, 0, 1, -2), 0.5, 0, 2, 1.5, NAN},
+      {"zero in z everywhere", CQuadraticForm::buildFromCoefficients(1, 0, 0, 0, 0, 0, 0, 0, 0, 0), 0, 3, 1, NAN, NAN},
+      {"free term only", CQuadraticForm::buildFromCoefficients(0, 0, 0, 0, 0, 0, 0, 0, 0, 4), 1, 1, 0, NAN, NAN},
+      // a22 = 1e-300 is not exactly zero: the quadratic branch with its textbook formula,
+      // whose cancellation gives z1 = 0 rather than the root near 1.
+      {"tiny quadratic", CQuadraticForm::buildFromCoefficients(0, 0, 1e-300, 0, 0, 0, 0, 0, 1, -1), 0, 0, 6, 0, -1e300},
+      {"mixed terms", CQuadraticForm::buildFromCoefficients(0, 0, 1, 0, 2, 0, 0, 0, 0, 0), 1, 0, 6, 0, -2},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    double z1 = NAN, z2 = NAN;
+    EXPECT_EQ(int(c.f.calculateZByXY(c.x, c.y, z1, z2)), c.result);
+    EXPECT_TRUE(std::isnan(c.z1) ? std::isnan(z1) : std::fabs(z1 - c.z1) <= 1e-15 * std::fabs(c.z1) + 0.0);
+    EXPECT_TRUE(std::isnan(c.z2) ? std::isnan(z2) : std::fabs(z2 - c.z2) <= 1e-15 * std::fabs(c.z2));
+    if (c.result == 6) {
+      EXPECT_LE(std::fabs(z1), std::fabs(z2));
+    }
+  }
+  // The sphere's roots ±1 tie in size; sorted by gradient, z1 is the one facing dir.
+  for (double s : {1.0, -1.0}) {
+    double z1, z2;
+    EXPECT_EQ(sphere.calculateZByXYSortedByGrad(0, 0, z1, z2, Point3D_d(0.1, 0, 3 * s)), 6);
+    EXPECT_EQ(z1, s);
+    EXPECT_EQ(z2, -s);
+  }
+}
+
+TEST(QuadraticForm, Properties_TransformToBasisEvaluatesAlike) {
+  TestRng rng(9301);
+  SCOPED_TRACE(rng.Trace());
+  for (int trial = 0; trial < 200; ++trial) {
+    double k[10];
+    for (double& v : k) v = rng.Uniform(-2, 2);
+    const CQuadraticForm f = CQuadraticForm::buildFromCoeffArray(10, k);
+    const Motion m = RandomMotion(rng, 10);
+    const COrthoNormBasis b(Point3D_d(m.c[0].data()), Point3D_d(m.c[1].data()),
+                            Point3D_d(m.c[2].data()), Point3D_d(m.t.data()));
+    const CQuadraticForm g = f.getTransformedToBasis(b);
+    const CRotationMatrix& A = g.GetQuadaricTerm();
+    for (int i = 0; i < 3; ++i)
+      for (int j = 0; j < 3; ++j) EXPECT_EQ(A.m[i][j], A.m[j][i]);
+    const V3 q = Scale(RandomUnit(rng), 3);
+    const Point3D_d p(m.Point(q).data());
+    EXPECT_NEAR(g.eval(Point3D_d(q.data())), f.eval(p), 1e-11 * (1 + std::fabs(f.eval(p))) * 400);
+    // Gradients: the local one is Rᵀ times the world one.
+    const Point3D_d gw = f.evalGradient(p), gl = g.evalGradient(Point3D_d(q.data()));
+    for (int i = 0; i < 3; ++i) EXPECT_NEAR(Dot(m.c[i], ToV3(gw)), ToV3(gl)[i], 1e-10 * 400);
+  }
+}
+
+TEST(QuadraticForm, Regions_CoefficientsAndRecords) {
+  const float c[12] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
+  const CQuadraticForm f = CQuadraticForm::buildFromCoeffArray(12, c);
+  CQuadFormRaw10<double> r10;
+  f.ConvertToRawFormat(r10);
+  const double want10[10] = {1, 4, 5, 2, 6, 3, 7, 8, 9, 10};  // KXX KXY KXZ KYY KYZ KZZ ...
+  for (int i = 0; i < 10; ++i) EXPECT_EQ((&r10.KXX)[i], want10[i]);
+  CQuadFormRaw9<float> r9;
+  f.ConvertToRawFormat(r9);
+  for (int i = 0; i < 9; ++i) EXPECT_EQ((&r9.KXX)[i], float(want10[i]));
+  CQuadFormRaw10<float> three;
+  CQuadraticForm::buildFromCoeffArray(3, c).ConvertToRawFormat(three);
+  EXPECT_EQ(three.KZZ, 3.0f);
+  EXPECT_EQ(three.KXY + three.KX + three.K, 0.0f);
+  // No coefficients: the zero form; default construction: x² + y² + z².
+  EXPECT_EQ(CQuadraticForm::buildFromCoeffArray(0, c).eval(Point3D_d(1, 1, 1)), 0.0);
+  EXPECT_EQ(CQuadraticForm().eval(Point3D_d(1, 2, 3)), 14.0);
+  EXPECT_EQ(ToV3(f.evalGradient(Point3D_d(1, 0, 0))), (V3{2 + 7, 4 + 8, 5 + 9}));
+}
+
+}  // namespace

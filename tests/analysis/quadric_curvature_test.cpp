@@ -1,0 +1,48 @@
+// SPDX-License-Identifier: MIT
+// Curvatures from fitted quadrics: closed forms on analytic surfaces, the give-up cases.
+
+#include <qvmath/analysis/quadric_curvature.h>
+
+#include "analysis/surface_samples.h"
+
+namespace {
+
+using namespace qvtest;
+
+TEST(QuadricCurvature, Regions_AnalyticSurfaces) {
+  TestRng rng(9701);
+  SCOPED_TRACE(rng.Trace());
+  for (const Surface& s : Surfaces()) {
+    SCOPED_TRACE(s.name);
+    const Motion m = RandomMotion(rng, 0);
+    std::vector<REmath::Point3D> pts = Sample(s, m, 0.2, 30, rng);
+    const bool umbilic = s.k1 == s.k2;
+    float kmin = -1, kmax = -1;
+    EXPECT_EQ(GetMinMaxCurvaturesForPoints(pts, kmin, kmax), !umbilic);
+    for (bool weighted : {false, true}) {
+      double out[5] = {-1, -1, 0, 0, 0};
+      REmath::Matrix<double> T;
+      EXPECT_EQ(EstimateCurvature(pts, weighted, out, T), !umbilic);
+      if (umbilic) {
+        EXPECT_EQ(out[0], 20.0);
+        EXPECT_EQ(T.rows(), REmath::Matrix<double>().rows());  // untouched
+        continue;
+      }
+      EXPECT_NEAR(std::fmin(out[0], out[1]), std::fmin(std::fabs(s.k1), std::fabs(s.k2)), 1e-4);
+      EXPECT_NEAR(std::fmax(out[0], out[1]), std::fmax(std::fabs(s.k1), std::fabs(s.k2)), 1e-4);
+      EXPECT_GT(AbsCos({out[2], out[3], out[4]}, m.Dir({0, 0, 1})), 1 - 1e-9);
+      EXPECT_NEAR(T(0, 0) + T(1, 1) + T(2, 2), out[0] + out[1], 1e-12);
+    }
+    if (!umbilic) {
+      EXPECT_NEAR(kmin, std::fmin(std::fabs(s.k1), std::fabs(s.k2)), 1e-4);
+      EXPECT_NEAR(kmax, std::fmax(std::fabs(s.k1), std::fabs(s.k2)), 1e-4);
+    }
+  }
+  std::vector<REmath::Point3D> few(8, REmath::Point3D(1, 2, 3));
+  double out[5] = {-1, -1, -1, -1, -1};
+  REmath::Matrix<double> T;
+  EXPECT_FALSE(EstimateCurvature(few, true, out, T));
+  EXPECT_EQ(out[0], -1.0);
+}
+
+}  // namespace
