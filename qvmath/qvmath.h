@@ -110,11 +110,13 @@
 #include <qvmath/infra/sub_phase_callback_replacer.h>
 
 // Point clouds: the cloud, its files, the neighbour index and the whole-cloud operations
+#include <qvmath/cloud/cloud_curvature.h>
 #include <qvmath/cloud/cloud_file.h>
 #include <qvmath/cloud/cloud_file_error.h>
 #include <qvmath/cloud/cloud_index.h>
 #include <qvmath/cloud/cloud_normals.h>
 #include <qvmath/cloud/cloud_orientation.h>
+#include <qvmath/cloud/cloud_planes.h>
 #include <qvmath/cloud/cloud_samples.h>
 #include <qvmath/cloud/ply_io.h>
 #include <qvmath/cloud/point_cloud.h>

@@ -2,7 +2,7 @@
 #include <qvmath/cloud/cloud_orientation.h>
 
 #include <qvmath/cloud/detail/cloud_blocks.h>
-#include <qvmath/cloud/detail/neighbourhood.h>
+#include <qvmath/cloud/detail/knn_graph.h>
 #include <qvmath/infra/fp_heap.h>
 #include <qvmath/infra/progress_counter.h>
 #include <qvmath/platform/korva_exception.h>
@@ -59,39 +59,6 @@ class RuleKernel : public detail::IBlockKernel {
   std::vector<unsigned char>& m_flipped;
 };
 
-// The k-NN lists of the valid points, in sorted positions (-1 pads short lists).
-class GraphKernel : public detail::IBlockKernel {
- public:
-  GraphKernel(const CCloudIndex& index, int k, const std::vector<unsigned char>& validSorted,
-              std::vector<int>& lists, int slots)
-      : m_index(index), m_k(k), m_valid(validSorted), m_lists(lists),
-        m_scratch(std::size_t(slots)) {
-    for (auto& s : m_scratch) s.Reserve(k + 1);
-  }
-  void ProcessRange(int begin, int end, int slot) override {
-    detail::NeighbourScratch& sc = m_scratch[std::size_t(slot)];
-    const Point3D* sorted = m_index.SortedPoints();
-    for (int s = begin; s < end; ++s) {
-      int* out = &m_lists[std::size_t(s) * std::size_t(m_k)];
-      std::fill(out, out + m_k, -1);
-      if (!m_valid[std::size_t(s)]) continue;
-      const int found = m_index.KNearestSorted(sorted[s], m_k + 1, sc.idx.data(), sc.dist2.data());
-      int w = 0;
-      for (int j = 0; j < found && w < m_k; ++j) {
-        const int t = sc.idx[std::size_t(j)];
-        if (t != s && m_valid[std::size_t(t)]) out[w++] = t;
-      }
-    }
-  }
-
- private:
-  const CCloudIndex& m_index;
-  int m_k;
-  const std::vector<unsigned char>& m_valid;
-  std::vector<int>& m_lists;
-  std::vector<detail::NeighbourScratch> m_scratch;
-};
-
 struct HeapNode : CfpHeapMem {
   int parent = -1;
 };
@@ -102,7 +69,7 @@ int SpanningTree(const CCloudIndex& index, const CCloudOrientParams& p,
   const int m = index.IndexedCount();
   const int* toInput = index.SortedToInput();
   const Point3D* pts = index.SortedPoints();
-  const int k = std::min(p.k, std::max(1, m - 1));
+  const int k = p.k;
   // Normals and validity in sorted order, so that the walk reads memory in curve order.
   std::vector<Point3D> nrm(static_cast<std::size_t>(m));
   std::vector<unsigned char> ok(static_cast<std::size_t>(m));
@@ -110,34 +77,13 @@ int SpanningTree(const CCloudIndex& index, const CCloudOrientParams& p,
     nrm[std::size_t(s)] = normals[std::size_t(toInput[s])];
     ok[std::size_t(s)] = valid[std::size_t(toInput[s])];
   }
-  std::vector<int> lists(std::size_t(m) * std::size_t(k));
+  detail::KnnGraph graph;
   {
     CPrgCntSubPhase phase(progress, 0.0, 0.6, CPrgCntSubPhase::PhaseFloat);
-    GraphKernel kernel(index, k, ok, lists, detail::ResolveThreadCount(p.nThreads));
-    detail::RunBlocks(m, kBlockSize, p.nThreads, progress, kernel);
+    graph.Build(index, k, ok, p.nThreads, progress);
   }
   CPrgCntSubPhase phase(progress, 0.6, 0.4, CPrgCntSubPhase::PhaseFloat);
-  // Reverse edges (compressed rows), so the graph is symmetric without a second k-NN pass.
-  std::vector<int> revStart(std::size_t(m) + 1, 0);
-  for (int v : lists)
-    if (v >= 0) ++revStart[std::size_t(v) + 1];
-  for (int s = 0; s < m; ++s) revStart[std::size_t(s) + 1] += revStart[std::size_t(s)];
-  std::vector<int> rev(static_cast<std::size_t>(revStart[std::size_t(m)]));
-  {
-    std::vector<int> fill(revStart.begin(), revStart.end() - 1);
-    for (int s = 0; s < m; ++s)
-      for (int j = 0; j < k; ++j) {
-        const int v = lists[std::size_t(s) * std::size_t(k) + std::size_t(j)];
-        if (v >= 0) rev[std::size_t(fill[std::size_t(v)]++)] = s;
-      }
-  }
-  auto forEachNeighbour = [&](int s, auto&& f) {
-    for (int j = 0; j < k; ++j) {
-      const int v = lists[std::size_t(s) * std::size_t(k) + std::size_t(j)];
-      if (v >= 0) f(v);
-    }
-    for (int r = revStart[std::size_t(s)]; r < revStart[std::size_t(s) + 1]; ++r) f(rev[std::size_t(r)]);
-  };
+  auto forEachNeighbour = [&](int s, auto&& f) { graph.ForEach(s, f); };
 
   // Pieces: labelled by a breadth-first walk, in the order of their lowest input index.
   std::vector<int> piece(static_cast<std::size_t>(m), -1);
