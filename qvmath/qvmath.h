@@ -69,6 +69,17 @@
 #include <qvmath/analysis/quadric_curvature.h>
 #include <qvmath/analysis/quadric_normal.h>
 #include <qvmath/analysis/signed_curvature.h>
+// Surface and curve analysis: planes, polyline smoothing, robust regression
+#include <qvmath/analysis/coord3d_refs.h>
+#include <qvmath/analysis/plane_appoximator.h>
+#include <qvmath/analysis/plane_equation.h>
+#include <qvmath/analysis/plane_fit.h>
+#include <qvmath/analysis/plane_limits.h>
+#include <qvmath/analysis/plane_selection_constrained.h>
+#include <qvmath/analysis/polyline_smooth.h>
+#include <qvmath/analysis/polyline_smooth_params.h>
+#include <qvmath/analysis/regression_analysis_task.h>
+#include <qvmath/analysis/robust_regression_solver.h>
 
 // Optimisation, rounding and root finding
 #include <qvmath/optim/brent_zero.h>
@@ -99,3 +110,16 @@
 #include <qvmath/infra/save_load_log.h>
 #include <qvmath/infra/skip_till_the_end.h>
 #include <qvmath/infra/sub_phase_callback_replacer.h>
+
+// Point clouds: the cloud, its files, the neighbour index and the whole-cloud operations
+#include <qvmath/cloud/cloud_curvature.h>
+#include <qvmath/cloud/cloud_file.h>
+#include <qvmath/cloud/cloud_file_error.h>
+#include <qvmath/cloud/cloud_index.h>
+#include <qvmath/cloud/cloud_normals.h>
+#include <qvmath/cloud/cloud_orientation.h>
+#include <qvmath/cloud/cloud_planes.h>
+#include <qvmath/cloud/cloud_samples.h>
+#include <qvmath/cloud/ply_io.h>
+#include <qvmath/cloud/point_cloud.h>
+#include <qvmath/cloud/xyz_io.h>

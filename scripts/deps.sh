@@ -7,6 +7,7 @@ QV_PACKAGES=(
   libgtest-dev libgmock-dev libbenchmark-dev
   libeigen3-dev libcgal-dev libboost-dev
   clang-14 libclang-rt-14-dev
+  libnanoflann-dev
 )
 
 qv_install_deps() {

@@ -4,6 +4,8 @@
 // eigenvalue after `tred2_d`/`tqli_d`. Not installed.
 #pragma once
 
+#include <cstddef>
+
 #include <qvmath/core/tridiag_eigen.h>
 
 namespace REmath {
@@ -43,6 +45,72 @@ inline void CentroidAndScatter(int n, const P* pts, double c[3], double S[3][3])
   S[1][1] = yy;
   S[1][2] = S[2][1] = yz;
   S[2][2] = zz;
+}
+
+// The same centroid and scatter for large sets (whole scans of millions of points): two
+// passes as above, but each pass sums blocks of kBlock points into partial sums that are
+// then added up, so the rounding error grows with n / kBlock + kBlock instead of n, and
+// keeps two independent accumulator sets (even and odd points) so that consecutive
+// additions do not wait for each other. The result differs from `CentroidAndScatter` only
+// by rounding.
+template <class P>
+inline void CentroidAndScatterLarge(std::size_t n, const P* pts, double c[3], double S[3][3]) {
+  constexpr std::size_t kBlock = 512;
+  double t0 = 0, t1 = 0, t2 = 0;
+  for (std::size_t b = 0; b < n; b += kBlock) {
+    const std::size_t e = n - b < kBlock ? n : b + kBlock;
+    double a0 = 0, a1 = 0, a2 = 0, b0 = 0, b1 = 0, b2 = 0;
+    std::size_t i = b;
+    for (; i + 1 < e; i += 2) {
+      a0 += double(pts[i].x());
+      a1 += double(pts[i].y());
+      a2 += double(pts[i].z());
+      b0 += double(pts[i + 1].x());
+      b1 += double(pts[i + 1].y());
+      b2 += double(pts[i + 1].z());
+    }
+    if (i < e) {
+      a0 += double(pts[i].x());
+      a1 += double(pts[i].y());
+      a2 += double(pts[i].z());
+    }
+    t0 += a0 + b0;
+    t1 += a1 + b1;
+    t2 += a2 + b2;
+  }
+  const double inv = n > 0 ? 1.0 / double(n) : 0.0;
+  c[0] = t0 * inv;
+  c[1] = t1 * inv;
+  c[2] = t2 * inv;
+  double s[6] = {0, 0, 0, 0, 0, 0};  // xx xy xz yy yz zz
+  for (std::size_t b = 0; b < n; b += kBlock) {
+    const std::size_t e = n - b < kBlock ? n : b + kBlock;
+    double u[6] = {0, 0, 0, 0, 0, 0}, v[6] = {0, 0, 0, 0, 0, 0};
+    std::size_t i = b;
+    for (; i + 1 < e; i += 2) {
+      const double dx = double(pts[i].x()) - c[0], ex = double(pts[i + 1].x()) - c[0];
+      const double dy = double(pts[i].y()) - c[1], ey = double(pts[i + 1].y()) - c[1];
+      const double dz = double(pts[i].z()) - c[2], ez = double(pts[i + 1].z()) - c[2];
+      u[0] += dx * dx, u[1] += dx * dy, u[2] += dx * dz;
+      u[3] += dy * dy, u[4] += dy * dz, u[5] += dz * dz;
+      v[0] += ex * ex, v[1] += ex * ey, v[2] += ex * ez;
+      v[3] += ey * ey, v[4] += ey * ez, v[5] += ez * ez;
+    }
+    if (i < e) {
+      const double dx = double(pts[i].x()) - c[0];
+      const double dy = double(pts[i].y()) - c[1];
+      const double dz = double(pts[i].z()) - c[2];
+      u[0] += dx * dx, u[1] += dx * dy, u[2] += dx * dz;
+      u[3] += dy * dy, u[4] += dy * dz, u[5] += dz * dz;
+    }
+    for (int k = 0; k < 6; ++k) s[k] += u[k] + v[k];
+  }
+  S[0][0] = s[0];
+  S[0][1] = S[1][0] = s[1];
+  S[0][2] = S[2][0] = s[2];
+  S[1][1] = s[3];
+  S[1][2] = S[2][1] = s[4];
+  S[2][2] = s[5];
 }
 
 // Diagonalises the symmetric 3 × 3 matrix held in work (three row pointers) in place with

@@ -1,0 +1,152 @@
+// SPDX-License-Identifier: MIT
+// Least-squares planes: analytic planes under rigid motions and far from the origin against
+// an Eigen oracle, the orientation and sign conventions, degenerate sets, the fit error.
+
+#include <qvmath/analysis/plane_fit.h>
+
+#include <Eigen/Dense>
+#include <cmath>
+#include <limits>
+#include <type_traits>
+
+#include "test_util.h"
+
+namespace {
+
+using REmath::Point3D;
+using REmath::Point3D_d;
+
+// Random rotation (QR of a Gaussian matrix, det +1) and a plane sample set: points on the
+// plane z = 0 of a local frame spread over ±spread, with normal noise, moved by R and t.
+template <class P>
+std::vector<P> PlanePoints(qvtest::TestRng& rng, const Eigen::Matrix3d& R, const Eigen::Vector3d& t,
+                           int n, double spread, double noise) {
+  std::vector<P> pts;
+  for (int i = 0; i < n; ++i) {
+    const Eigen::Vector3d l(rng.Uniform(-spread, spread), rng.Uniform(-spread, spread),
+                            noise * rng.Uniform(-1, 1));
+    const Eigen::Vector3d p = R * l + t;
+    pts.emplace_back(p.x(), p.y(), p.z());
+  }
+  return pts;
+}
+
+Eigen::Matrix3d RandomRotation(qvtest::TestRng& rng) {
+  Eigen::Matrix3d a;
+  for (int i = 0; i < 9; ++i) a.data()[i] = rng.Uniform(-1, 1);
+  Eigen::Matrix3d q = Eigen::HouseholderQR<Eigen::Matrix3d>(a).householderQ();
+  if (q.determinant() < 0) q.col(0) = -q.col(0);
+  return q;
+}
+
+// Oracle: centroid and smallest-eigenvalue axis of the points, in long double about the
+// exact mean, by Eigen's self-adjoint solver.
+template <class P>
+void OraclePlane(const std::vector<P>& pts, Eigen::Vector3d& c, Eigen::Vector3d& n) {
+  using V = Eigen::Matrix<long double, 3, 1>;
+  V m = V::Zero();
+  for (const P& p : pts) m += V(p.x(), p.y(), p.z());
+  m /= (long double)pts.size();
+  Eigen::Matrix<long double, 3, 3> S = Eigen::Matrix<long double, 3, 3>::Zero();
+  for (const P& p : pts) {
+    const V d = V(p.x(), p.y(), p.z()) - m;
+    S += d * d.transpose();
+  }
+  Eigen::SelfAdjointEigenSolver<Eigen::Matrix<long double, 3, 3>> es(S);
+  c = m.cast<double>();
+  n = es.eigenvectors().col(0).cast<double>();
+}
+
+template <class P>
+class PlaneFitTest : public ::testing::Test {};
+using PointTypes = ::testing::Types<Point3D, Point3D_d>;
+TYPED_TEST_SUITE(PlaneFitTest, PointTypes);
+
+TYPED_TEST(PlaneFitTest, Properties_RigidMotionsAndFarOffsetsMatchOracle) {
+  using P = TypeParam;
+  qvtest::TestRng rng(9301);
+  SCOPED_TRACE(rng.Trace());
+  // A float point near 1e6 is on a 0.0625 grid: the noise then exceeds the spread's
+  // tolerance, but the oracle sees the same rounded points.
+  for (const double offset : {0.0, 1e3, 1e6}) {
+    for (int trial = 0; trial < 20; ++trial) {
+      const Eigen::Matrix3d R = RandomRotation(rng);
+      const Eigen::Vector3d t(offset + rng.Uniform(-1, 1), -offset, 0.5 * offset);
+      const auto pts = PlanePoints<P>(rng, R, t, 200, 10.0, trial % 2 ? 0.05 : 0.0);
+      Eigen::Vector3d c, n;
+      OraclePlane(pts, c, n);
+      double plane[4], cen[3];
+      ASSERT_TRUE(FitPlaneToPointSet(pts, plane, cen));
+      const Eigen::Vector3d got(plane[0], plane[1], plane[2]);
+      EXPECT_NEAR(std::fabs(got.dot(n)), 1.0, 1e-12) << offset;
+      EXPECT_NEAR((Eigen::Vector3d(cen[0], cen[1], cen[2]) - c).norm(), 0.0,
+                  1e-15 * (offset + 10));
+      // e = n·c: the sign follows the normal's.
+      EXPECT_NEAR(plane[3], got.dot(c), 1e-14 * (offset + 10));
+      if constexpr (std::is_same<P, Point3D>::value) {
+        const Point3D view(float(n.x()), float(n.y()), float(n.z()));
+        Point3D_d o, nn;
+        ASSERT_TRUE(RecognizePlaneSelectionFree(pts, view, o, nn));
+        EXPECT_NEAR(nn.x() * n.x() + nn.y() * n.y() + nn.z() * n.z(), 1.0, 1e-12);
+        EXPECT_NEAR(nn.length(), 1.0, 4e-16);
+        EXPECT_EQ(o.x(), cen[0]);
+      }
+    }
+  }
+}
+
+TEST(PlaneFit, Regions_OrientationAndSignConventions) {
+  const std::vector<Point3D> pts = {{0, 0, 1}, {1, 0, 1}, {0, 1, 1}, {2, 3, 1}};
+  double plane[4], c[3];
+  ASSERT_TRUE(FitPlaneToPointSet(pts, plane, c));
+  EXPECT_EQ(std::fabs(plane[2]), 1.0);
+  EXPECT_EQ(plane[3], plane[2]);  // e = c·z with z = 1
+  for (const float s : {-1.0f, 1.0f}) {
+    Point3D_d o, n;
+    ASSERT_TRUE(RecognizePlaneSelectionFree(pts, Point3D(0, 0, s), o, n));
+    EXPECT_EQ(n.z(), s);
+    EXPECT_EQ(o.x(), 0.75);
+    EXPECT_EQ(o.y(), 1.0);
+    EXPECT_EQ(o.z(), 1.0);
+  }
+}
+
+TEST(PlaneFit, Degenerate_SmallCollinearDuplicateAndNonFiniteSets) {
+  const double kUntouched = -7;
+  double plane[4] = {kUntouched, 0, 0, 0}, c[3] = {kUntouched, 0, 0};
+  Point3D_d o(kUntouched, 0, 0), n(kUntouched, 0, 0);
+  const std::vector<Point3D> two = {{0, 0, 0}, {1, 1, 1}};
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  const std::vector<Point3D> withNan = {{0, 0, 0}, {1, 0, 0}, {0, nan, 0}};
+  for (const auto& pts : {two, withNan, std::vector<Point3D>()}) {
+    EXPECT_FALSE(FitPlaneToPointSet(pts, plane, c));
+    EXPECT_FALSE(RecognizePlaneSelectionFree(pts, Point3D(0, 0, 1), o, n));
+  }
+  EXPECT_FALSE(FitPlaneToPointSet(std::vector<Point3D_d>(2), plane, c));
+  EXPECT_EQ(plane[0], kUntouched);
+  EXPECT_EQ(c[0], kUntouched);
+  EXPECT_EQ(o.x(), kUntouched);
+  // Collinear and coincident sets still give a unit normal, perpendicular to the line.
+  const std::vector<Point3D> line = {{0, 0, 0}, {1, 2, 3}, {2, 4, 6}, {-1, -2, -3}};
+  const std::vector<Point3D> same(5, Point3D(4, 5, 6));
+  ASSERT_TRUE(RecognizePlaneSelectionFree(line, Point3D(0, 0, 1), o, n));
+  EXPECT_NEAR(n.length(), 1.0, 1e-15);
+  EXPECT_NEAR(n.x() + 2 * n.y() + 3 * n.z(), 0.0, 1e-14);
+  ASSERT_TRUE(RecognizePlaneSelectionFree(same, Point3D(0, 0, 1), o, n));
+  EXPECT_NEAR(n.length(), 1.0, 1e-15);
+  EXPECT_EQ(o.z(), 6.0);
+}
+
+TEST(PlaneFit, Regions_FitErrorOfKnownDistances) {
+  const std::vector<Point3D> pts = {{5, 0, 1}, {0, 7, -2}, {1, 1, 0.5f}, {9, 9, -0.5f}};
+  double maxErr = -1, meanErr = -1;
+  // A non-unit normal scales the distances.
+  CalcPlaneFitError(pts, Point3D_d(3, 3, 0), Point3D_d(0, 0, 2), maxErr, meanErr);
+  EXPECT_EQ(maxErr, 4.0);
+  EXPECT_EQ(meanErr, 2.0);
+  CalcPlaneFitError({}, Point3D_d(0, 0, 0), Point3D_d(0, 0, 1), maxErr, meanErr);
+  EXPECT_EQ(maxErr, 0.0);
+  EXPECT_TRUE(std::isnan(meanErr));
+}
+
+}  // namespace
