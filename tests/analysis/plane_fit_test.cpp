@@ -4,9 +4,14 @@
 
 #include <qvmath/analysis/plane_fit.h>
 
+#include <qvmath/analysis/plane_appoximator.h>
+#include <qvmath/analysis/plane_limits.h>
+
 #include <Eigen/Dense>
 #include <cmath>
 #include <limits>
+#include <memory>
+#include <thread>
 #include <type_traits>
 
 #include "test_util.h"
@@ -147,6 +152,37 @@ TEST(PlaneFit, Regions_FitErrorOfKnownDistances) {
   CalcPlaneFitError({}, Point3D_d(0, 0, 0), Point3D_d(0, 0, 1), maxErr, meanErr);
   EXPECT_EQ(maxErr, 0.0);
   EXPECT_TRUE(std::isnan(meanErr));
+}
+
+// The point-cloud layer calls these from many threads at once on shared inputs.
+TEST(PlaneFit, Properties_ConcurrentCallsMatchSerial) {
+  qvtest::TestRng rng(61);
+  const auto pts = PlanePoints<Point3D>(rng, RandomRotation(rng), Eigen::Vector3d(1e5, 0, 2), 5000,
+                                        20.0, 0.1);
+  const REmath::CPtVecAdapder src(pts);
+  auto run = [&](double* out) {
+    Point3D_d o, n;
+    double maxErr, meanErr;
+    RecognizePlaneSelectionFree(pts, Point3D(0, 0, 1), o, n);
+    CalcPlaneFitError(pts, o, n, maxErr, meanErr);
+    std::unique_ptr<REmath::IPlaneAppoximator> appr(
+        REmath::IPlaneAppoximator::CreateByConstraint(REmath::PLANE_FIT_UNCONSTRAINED));
+    appr->AddPoints(src);
+    REmath::CPlaneEquation pl;
+    appr->CalcPlane(pl);
+    REmath::CPlaneLimits lim;
+    lim.DefineAuto(src, pl);
+    const double v[] = {o.x(), n.z(), maxErr, meanErr, pl.FreeTerm(), lim.GetLimitsInDir(0)[1]};
+    std::copy(std::begin(v), std::end(v), out);
+  };
+  double serial[6], parallel[4][6];
+  run(serial);
+  std::vector<std::thread> threads;
+  for (auto& out : parallel) threads.emplace_back(run, out);
+  for (auto& t : threads) t.join();
+  for (const auto& out : parallel) {
+    for (int i = 0; i < 6; ++i) EXPECT_EQ(out[i], serial[i]) << i;
+  }
 }
 
 }  // namespace
