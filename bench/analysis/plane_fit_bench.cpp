@@ -4,13 +4,12 @@
 // reference.
 
 #include <benchmark/benchmark.h>
+#include <qvmath/analysis/plane_fit.h>
 
 #include <Eigen/Dense>
 #include <cmath>
 #include <random>
 #include <vector>
-
-#include <qvmath/analysis/plane_fit.h>
 
 namespace {
 

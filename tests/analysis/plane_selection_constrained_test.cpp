@@ -23,7 +23,8 @@ std::vector<Point3D> Scene(qvtest::TestRng& rng) {
   std::vector<Point3D> pts;
   for (int i = 0; i < 300; ++i) {
     const double x = rng.Uniform(-10, 10), y = rng.Uniform(-3, 3);
-    pts.emplace_back(x, y, 0.2 * x + 5 + rng.Uniform(-0.01, 0.01) + (i % 10 ? 0 : rng.Uniform(3, 8)));
+    pts.emplace_back(x, y,
+                     0.2 * x + 5 + rng.Uniform(-0.01, 0.01) + (i % 10 ? 0 : rng.Uniform(3, 8)));
   }
   return pts;
 }
@@ -56,21 +57,21 @@ TEST(PlaneSelectionConstrained, Regions_ConstraintsAndRejection) {
     EXPECT_NEAR(Dot(a1, n), 0.0, 1e-12);
   }
   // Fixed normal: exactly the direction (normalised), through the centroid of the inliers.
-  ASSERT_TRUE(RecognizePlaneSelectionConstrained(pts, Point3D(0, 0, -1), 10, 2.0, false, 0,
-                                                 anchor, Point3D_d(0, 0, 3), o, n, maxErr,
-                                                 meanErr, a0, a1, nullptr, nullptr));
+  ASSERT_TRUE(RecognizePlaneSelectionConstrained(pts, Point3D(0, 0, -1), 10, 2.0, false, 0, anchor,
+                                                 Point3D_d(0, 0, 3), o, n, maxErr, meanErr, a0, a1,
+                                                 nullptr, nullptr));
   EXPECT_EQ(n.z(), -1.0);
   // Through an anchor off the plane: the plane contains it.
   const Point3D_d off(1, 1, 6);
-  ASSERT_TRUE(RecognizePlaneSelectionConstrained(pts, view, 0, 0, true, -1, off, z, o, n,
-                                                 maxErr, meanErr, a0, a1, nullptr, nullptr));
+  ASSERT_TRUE(RecognizePlaneSelectionConstrained(pts, view, 0, 0, true, -1, off, z, o, n, maxErr,
+                                                 meanErr, a0, a1, nullptr, nullptr));
   EXPECT_NEAR(Dot(Point3D_d(off.x() - o.x(), off.y() - o.y(), off.z() - o.z()), n), 0.0, 1e-12);
   // The best plane within 5° of z is on the cone (the truth is 11.3° away), and no normal
   // of a dense scan of that cone does better on the same inliers (o is their centroid, the
   // best offset for every normal).
   const double alpha = 5 * 3.141592653589793 / 180;
-  ASSERT_TRUE(RecognizePlaneSelectionConstrained(pts, view, 10, 2.0, false, alpha, anchor, z, o,
-                                                 n, maxErr, meanErr, a0, a1, nullptr, nullptr));
+  ASSERT_TRUE(RecognizePlaneSelectionConstrained(pts, view, 10, 2.0, false, alpha, anchor, z, o, n,
+                                                 maxErr, meanErr, a0, a1, nullptr, nullptr));
   EXPECT_NEAR(n.z(), std::cos(alpha), 1e-12);
   const double best = SumSq(pts, o, n, 2.0);
   for (int k = 0; k < 3600; ++k) {
@@ -81,12 +82,12 @@ TEST(PlaneSelectionConstrained, Regions_ConstraintsAndRejection) {
   }
   // Refusals leave the outputs untouched.
   o = Point3D_d(-9, -9, -9);
-  EXPECT_FALSE(RecognizePlaneSelectionConstrained(std::vector<Point3D>(pts.begin(), pts.begin() + 2),
-                                                  view, 0, 0, false, -1, anchor, z, o, n, maxErr,
-                                                  meanErr, a0, a1, nullptr, nullptr));
+  EXPECT_FALSE(RecognizePlaneSelectionConstrained(
+      std::vector<Point3D>(pts.begin(), pts.begin() + 2), view, 0, 0, false, -1, anchor, z, o, n,
+      maxErr, meanErr, a0, a1, nullptr, nullptr));
   EXPECT_FALSE(RecognizePlaneSelectionConstrained(pts, view, 0, 0, false, 0.1, anchor,
-                                                  Point3D_d(0, 0, 0), o, n, maxErr, meanErr, a0,
-                                                  a1, nullptr, nullptr));
+                                                  Point3D_d(0, 0, 0), o, n, maxErr, meanErr, a0, a1,
+                                                  nullptr, nullptr));
   EXPECT_EQ(o.x(), -9.0);
 }
 
