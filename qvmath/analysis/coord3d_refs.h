@@ -3,10 +3,10 @@
 // its adapter over a std::vector of Point3D.
 #pragma once
 
-#include <vector>
-
 #include <qvmath/core/point3d.h>
 #include <qvmath/platform/export.h>
+
+#include <vector>
 
 namespace REmath {
 

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
 // The incremental covariance plane fitter: batch statistics merged into (and taken out of)
 // a running mean and scatter matrix.
+#include <qvmath/analysis/detail/scatter3.h>
 #include <qvmath/analysis/plane_appoximator.h>
 
 #include <cmath>
 #include <new>
-
-#include <qvmath/analysis/detail/scatter3.h>
 
 namespace REmath {
 namespace {
@@ -52,8 +51,7 @@ void BatchStatistics(const ICoord3DRefs& pts, unsigned k, double mean[3], double
 class CCovariancePlaneAppoximator final : public IPlaneAppoximator {
  public:
   void CalcPlane(CPlaneEquation& plane) const override;
-  void UpdatePoints(const ICoord3DRefs& points, const ICoord3DRefs* normals,
-                    int sign) override;
+  void UpdatePoints(const ICoord3DRefs& points, const ICoord3DRefs* normals, int sign) override;
 
  private:
   void ResetSums() {
@@ -145,8 +143,7 @@ void IPlaneAppoximator::AddPoints(const ICoord3DRefs& points, const ICoord3DRefs
   UpdatePoints(points, normals, +1);
 }
 
-void IPlaneAppoximator::RemovePoints(const ICoord3DRefs& points,
-                                     const ICoord3DRefs* normals) {
+void IPlaneAppoximator::RemovePoints(const ICoord3DRefs& points, const ICoord3DRefs* normals) {
   UpdatePoints(points, normals, -1);
 }
 

@@ -45,15 +45,13 @@ class QVMATH_API IPlaneAppoximator {
   /// them, whatever their count) to the orientation sum. Same as UpdatePoints(…, +1).
   virtual void AddPoints(const ICoord3DRefs& points, const ICoord3DRefs* normals = nullptr);
   /// Removes points added before (and their normals). Same as UpdatePoints(…, −1).
-  virtual void RemovePoints(const ICoord3DRefs& points,
-                            const ICoord3DRefs* normals = nullptr);
+  virtual void RemovePoints(const ICoord3DRefs& points, const ICoord3DRefs* normals = nullptr);
   /// Adds (sign > 0) or removes (sign < 0) the points and optional normals; sign 0 does
   /// nothing. The count changes by the number of points; when it reaches 0 every sum is
   /// reset to exactly zero. Removing points that were never added is a caller error: the
   /// count may go below zero, the sums are then reset to zero and the plane stays invalid
   /// until the count is 3 or more again.
-  virtual void UpdatePoints(const ICoord3DRefs& points, const ICoord3DRefs* normals,
-                            int sign) = 0;
+  virtual void UpdatePoints(const ICoord3DRefs& points, const ICoord3DRefs* normals, int sign) = 0;
 };
 
 }  // namespace REmath

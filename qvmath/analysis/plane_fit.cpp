@@ -1,20 +1,18 @@
 // SPDX-License-Identifier: MIT
 // Least-squares planes through the centroid: the covariance step, the choice of the smallest
 // eigenvalue and the output conventions of each entry point.
+#include <qvmath/analysis/detail/scatter3.h>
 #include <qvmath/analysis/plane_fit.h>
+#include <qvmath/geometry/local_frame.h>
 
 #include <cmath>
-
-#include <qvmath/analysis/detail/scatter3.h>
-#include <qvmath/geometry/local_frame.h>
 
 namespace {
 
 // Centroid and the eigenvector of the smallest eigenvalue below `bound`; false when the set
 // is too small, the QL iteration fails or no eigenvalue is below the bound.
 template <class P>
-bool SmallestScatterAxis(const std::vector<P>& pts, double bound, double c[3],
-                         double axis[3]) {
+bool SmallestScatterAxis(const std::vector<P>& pts, double bound, double c[3], double axis[3]) {
   if (pts.size() < 3) return false;
   double S[3][3];
   REmath::detail::CentroidAndScatterLarge(pts.size(), pts.data(), c, S);
@@ -41,8 +39,7 @@ bool FitPlane(const std::vector<P>& pts, double* plane, double* centroid) {
 
 }  // namespace
 
-bool FitPlaneToPointSet(const std::vector<REmath::Point3D>& pts, double* plane,
-                        double* centroid) {
+bool FitPlaneToPointSet(const std::vector<REmath::Point3D>& pts, double* plane, double* centroid) {
   return FitPlane(pts, plane, centroid);
 }
 
@@ -57,8 +54,8 @@ bool RecognizePlaneSelectionFree(const std::vector<REmath::Point3D>& pts,
   double c[3], n[3];
   // The bound here is 1e100, not the 1e30 of the other fits; kept as the callers know it.
   if (!SmallestScatterAxis(pts, 1e100, c, n)) return false;
-  const double dot = n[0] * double(viewDir.x()) + n[1] * double(viewDir.y()) +
-                     n[2] * double(viewDir.z());
+  const double dot =
+      n[0] * double(viewDir.x()) + n[1] * double(viewDir.y()) + n[2] * double(viewDir.z());
   if (dot < 0) {
     for (double& v : n) v = -v;
   }

@@ -3,10 +3,10 @@
 // RecognizePlaneSelectionFree and the fit error CalcPlaneFitError.
 #pragma once
 
-#include <vector>
-
 #include <qvmath/core/point3d.h>
 #include <qvmath/platform/export.h>
+
+#include <vector>
 
 /// Least-squares plane a·x + b·y + c·z = e of pts: through the centroid, with the
 /// eigenvector of the smallest eigenvalue of the scatter matrix Σ (p − c)(p − c)ᵀ (summed
@@ -45,6 +45,5 @@ QVMATH_API bool RecognizePlaneSelectionFree(const std::vector<REmath::Point3D>& 
 /// Result: maxErr and meanErr are first set to 0; an empty vector leaves maxErr = 0 and
 /// gives meanErr = 0/0 (NaN).
 QVMATH_API void CalcPlaneFitError(const std::vector<REmath::Point3D>& pts,
-                                  const REmath::Point3D_d& origin,
-                                  const REmath::Point3D_d& normal, double& maxErr,
-                                  double& meanErr);
+                                  const REmath::Point3D_d& origin, const REmath::Point3D_d& normal,
+                                  double& maxErr, double& meanErr);

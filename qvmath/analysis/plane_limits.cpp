@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Extents of point selections: bounding box, in-plane principal basis, CPlaneLimits.
 #include <qvmath/analysis/plane_limits.h>
-
-#include <cmath>
-
 #include <qvmath/geometry/detail/vec3.h>
 #include <qvmath/geometry/local_frame.h>
+
+#include <cmath>
 
 namespace REmath {
 
@@ -102,8 +101,7 @@ void CPlaneLimits::Clear() {
 
 bool CPlaneLimits::DefineAuto(const ICoord3DRefs& points, const CPlaneEquation& plane) {
   double basis[9], limits[6];
-  if (!plane.IsValid() ||
-      !DefinePointsLimitsBasis(points, plane.NormalDir(), basis, limits, 1)) {
+  if (!plane.IsValid() || !DefinePointsLimitsBasis(points, plane.NormalDir(), basis, limits, 1)) {
     Clear();
     return false;
   }

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: MIT
 // Constrained plane of a selection: scatter about the anchor or the centroid, the normal
 // restricted to a cone about a direction, and rejection rounds against the previous plane.
-#include <qvmath/analysis/plane_selection_constrained.h>
-
-#include <cmath>
-
 #include <qvmath/analysis/detail/scatter3.h>
+#include <qvmath/analysis/plane_selection_constrained.h>
 #include <qvmath/geometry/detail/vec3.h>
 #include <qvmath/geometry/local_frame.h>
+
+#include <cmath>
 
 namespace {
 
@@ -79,8 +78,7 @@ void ConeBoundaryMin(const double M[3][3], const NormalRule& rule, double n[3]) 
     const double cp = std::cos(best), sp = std::sin(best);
     const double c2 = std::cos(2 * best), s2 = std::sin(2 * best);
     const double d1 = 2 * c * s * (-sp * ua + cp * ub) + s * s * (s2 * (bb - aa) + 2 * c2 * ab);
-    const double d2 =
-        2 * c * s * (-cp * ua - sp * ub) + s * s * (2 * c2 * (bb - aa) - 4 * s2 * ab);
+    const double d2 = 2 * c * s * (-cp * ua - sp * ub) + s * s * (2 * c2 * (bb - aa) - 4 * s2 * ab);
     if (!(d2 > 0)) break;
     const double p = best - d1 / d2;
     const double fp = f(p);
@@ -92,8 +90,7 @@ void ConeBoundaryMin(const double M[3][3], const NormalRule& rule, double n[3]) 
 }
 
 bool FitOnce(const std::vector<Point3D>& pts, const Selection& sel, const Point3D& viewDir,
-             bool throughAnchor, const Point3D_d& anchor, const NormalRule& rule,
-             PlaneFit& out) {
+             bool throughAnchor, const Point3D_d& anchor, const NormalRule& rule, PlaneFit& out) {
   // Centroid, shifted by the first point in use so that far-away scans keep their digits.
   unsigned count = 0;
   double first[3] = {0, 0, 0}, s[3] = {0, 0, 0};
@@ -180,11 +177,13 @@ bool SamePlane(const PlaneFit& a, const PlaneFit& b) {
 
 }  // namespace
 
-bool RecognizePlaneSelectionConstrained(
-    const std::vector<Point3D>& pts, const Point3D& viewDir, int maxRejectRounds,
-    double rejectDist, bool throughAnchor, double maxNormalAngle, const Point3D_d& anchor,
-    const Point3D_d& direction, Point3D_d& origin, Point3D_d& normal, double& maxErr,
-    double& meanErr, Point3D_d& axis0, Point3D_d& axis1, double* lo, double* hi) {
+bool RecognizePlaneSelectionConstrained(const std::vector<Point3D>& pts, const Point3D& viewDir,
+                                        int maxRejectRounds, double rejectDist, bool throughAnchor,
+                                        double maxNormalAngle, const Point3D_d& anchor,
+                                        const Point3D_d& direction, Point3D_d& origin,
+                                        Point3D_d& normal, double& maxErr, double& meanErr,
+                                        Point3D_d& axis0, Point3D_d& axis1, double* lo,
+                                        double* hi) {
   NormalRule rule;
   if (maxNormalAngle >= 0 && maxNormalAngle < kHalfPi) {
     const double len = direction.length();

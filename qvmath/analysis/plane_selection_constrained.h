@@ -3,10 +3,10 @@
 // normal and position, with iterative rejection of outlying points.
 #pragma once
 
-#include <vector>
-
 #include <qvmath/core/point3d.h>
 #include <qvmath/platform/export.h>
+
+#include <vector>
 
 /// The least-squares plane of a selection of points under optional constraints, refitted
 /// after dropping the points that lie too far from the previous plane.
@@ -53,8 +53,8 @@
 ///         result (non-finite input).
 /// Re-entrant; allocates nothing.
 QVMATH_API bool RecognizePlaneSelectionConstrained(
-    const std::vector<REmath::Point3D>& pts, const REmath::Point3D& viewDir,
-    int maxRejectRounds, double rejectDist, bool throughAnchor, double maxNormalAngle,
-    const REmath::Point3D_d& anchor, const REmath::Point3D_d& direction,
-    REmath::Point3D_d& origin, REmath::Point3D_d& normal, double& maxErr, double& meanErr,
-    REmath::Point3D_d& axis0, REmath::Point3D_d& axis1, double* lo, double* hi);
+    const std::vector<REmath::Point3D>& pts, const REmath::Point3D& viewDir, int maxRejectRounds,
+    double rejectDist, bool throughAnchor, double maxNormalAngle, const REmath::Point3D_d& anchor,
+    const REmath::Point3D_d& direction, REmath::Point3D_d& origin, REmath::Point3D_d& normal,
+    double& maxErr, double& meanErr, REmath::Point3D_d& axis0, REmath::Point3D_d& axis1, double* lo,
+    double* hi);

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: MIT
 // λ|μ polyline smoothing, with influence fields that bring the fixed vertices back.
 #include <qvmath/analysis/polyline_smooth.h>
+#include <qvmath/core/matrix.h>
+#include <qvmath/core/solve_mat.h>
 
 #include <algorithm>
 #include <cmath>
 #include <type_traits>
-
-#include <qvmath/core/matrix.h>
-#include <qvmath/core/solve_mat.h>
 
 namespace {
 
@@ -36,8 +35,7 @@ void Pass(const Real* x, Real* y, int n, int dim, const PassWeights<Real>& w, bo
 
 // NIter iterations of the λ|μ scheme on x (n·dim values), using tmp as the temporary.
 template <class Real>
-void Smooth(Real* x, Real* tmp, int n, int dim, int iters, double lambda, double mu,
-            bool closed) {
+void Smooth(Real* x, Real* tmp, int n, int dim, int iters, double lambda, double mu, bool closed) {
   const PassWeights<Real> wl(lambda), wm(-mu);
   for (int it = 0; it < iters; ++it) {
     Pass(x, tmp, n, dim, wl, closed);
@@ -56,9 +54,9 @@ void Smooth(Real* x, Real* tmp, int n, int dim, int iters, double lambda, double
 // window is held as well, which is its own rule. A window that would cover the polyline
 // is the polyline itself, with its own end or wrap rule.
 struct Field {
-  int first = 0;             // polyline index of window position 0
-  std::vector<double> val;   // field values along the window
-  bool wraps = false;        // window indices are taken modulo n
+  int first = 0;            // polyline index of window position 0
+  std::vector<double> val;  // field values along the window
+  bool wraps = false;       // window indices are taken modulo n
   int n = 0;
   double At(int idx) const {
     int t = idx - first;
@@ -159,8 +157,8 @@ bool SmoothPolyline(std::vector<P>& pts, const CPolylineSmoothParams& prms) {
     }
   }
   for (int i = 0; i < n; ++i) {
-    pts[std::size_t(i)] = P(x[std::size_t(i) * 3], x[std::size_t(i) * 3 + 1],
-                            x[std::size_t(i) * 3 + 2]);
+    pts[std::size_t(i)] =
+        P(x[std::size_t(i) * 3], x[std::size_t(i) * 3 + 1], x[std::size_t(i) * 3 + 2]);
   }
   return true;
 }

@@ -3,11 +3,11 @@
 // polyline whose listed vertices stay where they are.
 #pragma once
 
-#include <vector>
-
 #include <qvmath/analysis/polyline_smooth_params.h>
 #include <qvmath/core/point3d.h>
 #include <qvmath/platform/export.h>
+
+#include <vector>
 
 /// Smooths the polyline pts in place with prms.GetNIter() iterations of a λ pass followed
 /// by an inflating −μ pass; the vertices listed in prms.GetPtrFixedPtIdx() keep their

@@ -16,7 +16,9 @@ void CPolylineSmoothParams::SetDefaultValues() { SetDefaultValuesPolyline(); }
 
 // Calls this class's own defaults: during construction the virtual call cannot reach a
 // subclass, and the documented defaults are these.
-CPolylineSmoothParams::CPolylineSmoothParams() { CPolylineSmoothParams::SetDefaultValuesPolyline(); }
+CPolylineSmoothParams::CPolylineSmoothParams() {
+  CPolylineSmoothParams::SetDefaultValuesPolyline();
+}
 
 CPolylineSmoothParams::CPolylineSmoothParams(bool closed, double weight, int nIter,
                                              bool preserveShape, std::vector<int>* fixedIdx)

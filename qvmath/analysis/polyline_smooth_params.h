@@ -2,9 +2,9 @@
 // CPolylineSmoothParams: the parameters of smoothPolylineWithFixedPoints.
 #pragma once
 
-#include <vector>
-
 #include <qvmath/platform/export.h>
+
+#include <vector>
 
 /// Parameters of `smoothPolylineWithFixedPoints`, with their defaults:
 /// IsClosed false, Weight (λ) 0.4, NIter 10, PreserveShape true (the inflating μ pass runs),

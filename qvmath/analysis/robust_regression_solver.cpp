@@ -40,15 +40,14 @@ double SelectRank(double* a, std::ptrdiff_t n, std::ptrdiff_t k) {
 
 }  // namespace
 
-CRobustRegressionSolver::CRobustRegressionSolver(IRegressionAnalysisTask& task)
-    : m_task(task) {}
+CRobustRegressionSolver::CRobustRegressionSolver(IRegressionAnalysisTask& task) : m_task(task) {}
 
 CRobustRegressionSolver::~CRobustRegressionSolver() = default;
 
 void CRobustRegressionSolver::updateVariance() {
   m_work = m_residuals;
-  const double median = SelectRank(m_work.data(), std::ptrdiff_t(m_work.size()),
-                                   std::ptrdiff_t(m_work.size() / 2));
+  const double median =
+      SelectRank(m_work.data(), std::ptrdiff_t(m_work.size()), std::ptrdiff_t(m_work.size() / 2));
   const double sigma = median * 1.4826;
   if (m_scaleFloor <= 0) m_scaleFloor = sigma;
   m_scale = sigma >= m_scaleFloor ? sigma : m_scaleFloor;

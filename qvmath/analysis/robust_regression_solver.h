@@ -3,10 +3,10 @@
 // and support weights that drop gross outliers.
 #pragma once
 
-#include <vector>
-
 #include <qvmath/analysis/regression_analysis_task.h>
 #include <qvmath/platform/export.h>
+
+#include <vector>
 
 /// Robust fit of a caller's regression task by iterative reweighting. Each round solves the
 /// task with the current support weights, takes the absolute residuals rᵢ, updates the
@@ -23,16 +23,16 @@
 class QVMATH_API CRobustRegressionSolver {
  public:
   /// Status codes of `solveRegression`.
-  static const int kConverged = 0;        ///< weights and scale settled
-  static const int kRoundLimit = 1;       ///< kMaxRounds rounds ran without settling
-  static const int kZeroScale = 2;        ///< median residual 0: at least half the
-                                          ///< observations fit exactly; all weights 0
-  static const int kNoObservations = -1;  ///< the task has no observations
-  static const int kSolveFailed = -2;     ///< the task's weighted solve returned false
-  static const int kBadResidual = -3;     ///< the task reported a non-finite residual
+  static constexpr int kConverged = 0;        ///< weights and scale settled
+  static constexpr int kRoundLimit = 1;       ///< kMaxRounds rounds ran without settling
+  static constexpr int kZeroScale = 2;        ///< median residual 0: at least half the
+                                              ///< observations fit exactly; all weights 0
+  static constexpr int kNoObservations = -1;  ///< the task has no observations
+  static constexpr int kSolveFailed = -2;     ///< the task's weighted solve returned false
+  static constexpr int kBadResidual = -3;     ///< the task reported a non-finite residual
 
   /// The largest number of solve rounds of one run.
-  static const int kMaxRounds = 100;
+  static constexpr int kMaxRounds = 100;
   /// A run has settled when no weight changed by more than this and the scale changed by
   /// at most this fraction of itself between two consecutive rounds.
   static constexpr double kTolerance = 1e-9;

@@ -2,12 +2,15 @@
 // Least-squares planes: analytic planes under rigid motions and far from the origin against
 // an Eigen oracle, the orientation and sign conventions, degenerate sets, the fit error.
 
+#include <qvmath/analysis/plane_appoximator.h>
 #include <qvmath/analysis/plane_fit.h>
+#include <qvmath/analysis/plane_limits.h>
 
 #include <Eigen/Dense>
 #include <cmath>
 #include <limits>
-#include <type_traits>
+#include <memory>
+#include <thread>
 
 #include "test_util.h"
 
@@ -79,18 +82,9 @@ TYPED_TEST(PlaneFitTest, Properties_RigidMotionsAndFarOffsetsMatchOracle) {
       ASSERT_TRUE(FitPlaneToPointSet(pts, plane, cen));
       const Eigen::Vector3d got(plane[0], plane[1], plane[2]);
       EXPECT_NEAR(std::fabs(got.dot(n)), 1.0, 1e-12) << offset;
-      EXPECT_NEAR((Eigen::Vector3d(cen[0], cen[1], cen[2]) - c).norm(), 0.0,
-                  1e-15 * (offset + 10));
+      EXPECT_NEAR((Eigen::Vector3d(cen[0], cen[1], cen[2]) - c).norm(), 0.0, 1e-15 * (offset + 10));
       // e = n·c: the sign follows the normal's.
       EXPECT_NEAR(plane[3], got.dot(c), 1e-14 * (offset + 10));
-      if constexpr (std::is_same<P, Point3D>::value) {
-        const Point3D view(float(n.x()), float(n.y()), float(n.z()));
-        Point3D_d o, nn;
-        ASSERT_TRUE(RecognizePlaneSelectionFree(pts, view, o, nn));
-        EXPECT_NEAR(nn.x() * n.x() + nn.y() * n.y() + nn.z() * n.z(), 1.0, 1e-12);
-        EXPECT_NEAR(nn.length(), 1.0, 4e-16);
-        EXPECT_EQ(o.x(), cen[0]);
-      }
     }
   }
 }
@@ -147,6 +141,37 @@ TEST(PlaneFit, Regions_FitErrorOfKnownDistances) {
   CalcPlaneFitError({}, Point3D_d(0, 0, 0), Point3D_d(0, 0, 1), maxErr, meanErr);
   EXPECT_EQ(maxErr, 0.0);
   EXPECT_TRUE(std::isnan(meanErr));
+}
+
+// The point-cloud layer calls these from many threads at once on shared inputs.
+TEST(PlaneFit, Properties_ConcurrentCallsMatchSerial) {
+  qvtest::TestRng rng(61);
+  const auto pts =
+      PlanePoints<Point3D>(rng, RandomRotation(rng), Eigen::Vector3d(1e5, 0, 2), 5000, 20.0, 0.1);
+  const REmath::CPtVecAdapder src(pts);
+  auto run = [&](double* out) {
+    Point3D_d o, n;
+    double maxErr, meanErr;
+    RecognizePlaneSelectionFree(pts, Point3D(0, 0, 1), o, n);
+    CalcPlaneFitError(pts, o, n, maxErr, meanErr);
+    std::unique_ptr<REmath::IPlaneAppoximator> appr(
+        REmath::IPlaneAppoximator::CreateByConstraint(REmath::PLANE_FIT_UNCONSTRAINED));
+    appr->AddPoints(src);
+    REmath::CPlaneEquation pl;
+    appr->CalcPlane(pl);
+    REmath::CPlaneLimits lim;
+    lim.DefineAuto(src, pl);
+    const double v[] = {o.x(), n.z(), maxErr, meanErr, pl.FreeTerm(), lim.GetLimitsInDir(0)[1]};
+    std::copy(std::begin(v), std::end(v), out);
+  };
+  double serial[6], parallel[4][6];
+  run(serial);
+  std::vector<std::thread> threads;
+  for (auto& out : parallel) threads.emplace_back(run, out);
+  for (auto& t : threads) t.join();
+  for (const auto& out : parallel) {
+    for (int i = 0; i < 6; ++i) EXPECT_EQ(out[i], serial[i]) << i;
+  }
 }
 
 }  // namespace
