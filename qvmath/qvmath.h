@@ -39,6 +39,9 @@
 #include <qvmath/geometry/arrange_points.h>
 #include <qvmath/geometry/axis_rotation.h>
 #include <qvmath/geometry/circumscribe_circle.h>
+#include <qvmath/geometry/contour_corners.h>
+#include <qvmath/geometry/contour_normal.h>
+#include <qvmath/geometry/contour_self_intersections.h>
 #include <qvmath/geometry/dist_point_line.h>
 #include <qvmath/geometry/dist_point_segment.h>
 #include <qvmath/geometry/dist_point_triangle.h>
@@ -46,6 +49,7 @@
 #include <qvmath/geometry/intersect_triang_line.h>
 #include <qvmath/geometry/linear_transform.h>
 #include <qvmath/geometry/local_frame.h>
+#include <qvmath/geometry/point_in_contour.h>
 #include <qvmath/geometry/point_net.h>
 #include <qvmath/geometry/point_to_curve_projector.h>
 #include <qvmath/geometry/point_to_face_projector.h>
@@ -54,6 +58,7 @@
 #include <qvmath/geometry/projector_triangle.h>
 #include <qvmath/geometry/projectors_join.h>
 #include <qvmath/geometry/rotation_matrix.h>
+#include <qvmath/geometry/split_contour.h>
 #include <qvmath/geometry/triangle_bulge.h>
 #include <qvmath/geometry/two_lines.h>
 #include <qvmath/geometry/vector_angles.h>
