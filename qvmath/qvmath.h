@@ -58,7 +58,6 @@
 #include <qvmath/geometry/projector_triangle.h>
 #include <qvmath/geometry/projectors_join.h>
 #include <qvmath/geometry/rotation_matrix.h>
-#include <qvmath/geometry/split_contour.h>
 #include <qvmath/geometry/triangle_bulge.h>
 #include <qvmath/geometry/two_lines.h>
 #include <qvmath/geometry/vector_angles.h>

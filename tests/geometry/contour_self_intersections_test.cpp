@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include <gtest/gtest.h>
 #include <qvmath/geometry/contour_self_intersections.h>
+
+#include <gtest/gtest.h>
 
 #include <cmath>
 #include <vector>
