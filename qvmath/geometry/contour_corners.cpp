@@ -2,7 +2,6 @@
 // Corner marks of 3-D contours (the chord-cosine measure, local maxima and thinning) and the
 // split at the marks, one template over both point types.
 #include <qvmath/geometry/contour_corners.h>
-
 #include <qvmath/geometry/detail/vec3.h>
 #include <qvmath/geometry/local_frame.h>
 
@@ -150,11 +149,10 @@ bool SplitContourByCornersTmpl(std::vector<std::vector<P>>* pieces, const std::v
   }
   const int pieceCount = closed ? count : count - 1;
   for (int p = 0; p < pieceCount; ++p) {
-    // Distance to the next mark. Marking guarantees one on every pass (each piece consumes
-    // one mark and there are enough of them), so the search limits only bound the loop.
-    const std::size_t limit = closed ? n - 1 : n - 1 - s;
+    // The search for the next mark needs no bound: a closed contour has another mark, and
+    // on an open one a later mark remains for each of its count − 1 pieces.
     std::size_t L = 1;
-    while (L < limit && marks[(s + L) % n] != 1) ++L;
+    while (marks[(s + L) % n] != 1) ++L;
     std::vector<P> piece;
     piece.reserve(L + 1);
     for (std::size_t k = 0; k <= L; ++k) piece.push_back(pts[(s + k) % n]);
