@@ -30,17 +30,19 @@
 /// when closed, below n when open), the nearest such j and i are compared and the mark of
 /// i is cleared if c[j] ≥ c[i] (ties drop the earlier mark), that of j otherwise. On an
 /// open contour the first point is thus never cleared, but the last one (c = −1) is cleared
-/// whenever a corner lies within 5 points before it; this asymmetry is kept deliberately,
-/// and `SplitContourByCorners` relies on it.
+/// whenever a corner lies within 5 points before it. This asymmetry is kept deliberately; it
+/// is why `SplitContourByCorners` drops the tail of such a contour.
 ///
 /// @param[in] pts the contour points.
-/// @param[in] minChord2 the square of the minimal chord length.
+/// @param[in] minChord2 the square of the minimal chord length; with a negative value even
+///            a coincident neighbour qualifies, and its zero chord gives the measure 0.
 /// @param[in] closed whether the contour is closed.
 /// @param[out] marks cleared and resized to pts.size(). An empty contour gives empty marks
 ///             and true; an open contour of one point gives the single mark 1.
 /// @return true on success; false only for a closed contour on which some point has no
 ///         other point farther than sqrt(minChord2) (for instance every point within that
-///         distance of each other, or fewer than two points); marks is then unspecified.
+///         distance of each other, or fewer than two points); marks then holds pts.size()
+///         zeros.
 QVMATH_API bool GetContourCornerMarks(const std::vector<REmath::Point3D_d>& pts, double minChord2,
                                       bool closed, std::vector<int>& marks);
 
