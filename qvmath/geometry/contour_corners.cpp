@@ -22,15 +22,16 @@ constexpr double kCornerCos = double(-0.7f);
 constexpr std::size_t kThinSpan = 5;
 constexpr std::size_t kMinThinCount = 10;
 
-// The unit chord from P[i] to the first point met by stepping `step` (±1) whose squared
-// distance exceeds minChord2. Open contours stop at the ends, closed ones after n − 1 steps.
-bool FarChord(const std::vector<Point3D_d>& pts, std::size_t i, int step, double minChord2,
+// The unit chord from P[i] to the first point met by stepping forward (or backward) whose
+// squared distance exceeds minChord2. Open contours stop at the ends, closed ones after
+// n − 1 steps.
+bool FarChord(const std::vector<Point3D_d>& pts, std::size_t i, bool forward, double minChord2,
               bool closed, double* chord) {
   const std::size_t n = pts.size();
   const double* p = &pts[i].m_x;
   std::size_t j = i;
   for (std::size_t k = 1; k < n; ++k) {
-    if (step > 0) {
+    if (forward) {
       if (j + 1 == n && !closed) return false;
       j = j + 1 == n ? 0 : j + 1;
     } else {
@@ -88,8 +89,8 @@ bool GetContourCornerMarks(const std::vector<Point3D_d>& pts, double minChord2, 
   std::vector<double> c(n, -1.0);
   for (std::size_t i = 0; i < n; ++i) {
     double ahead[3], behind[3];
-    const bool found = FarChord(pts, i, +1, minChord2, closed, ahead) &&
-                       FarChord(pts, i, -1, minChord2, closed, behind);
+    const bool found = FarChord(pts, i, true, minChord2, closed, ahead) &&
+                       FarChord(pts, i, false, minChord2, closed, behind);
     if (found) {
       c[i] = Dot3(ahead, behind);
     } else if (closed) {

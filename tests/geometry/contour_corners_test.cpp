@@ -93,8 +93,10 @@ TEST(SplitContourByCornersTest, Regions_PiecesBetweenCorners) {
     ASSERT_TRUE(SplitContourByCorners(&got, tc.pts, 0.01, tc.closed, &count));
     EXPECT_EQ(count, tc.pts.empty() ? 0 : int(tc.runs.size()) + !tc.closed);
     ASSERT_EQ(got.size(), want.size());
-    for (std::size_t p = 0; p < got.size(); ++p)
-      EXPECT_EQ(std::memcmp(got[p].data(), want[p].data(), 24 * got[p].size()), 0) << p;
+    for (std::size_t p = 0; p < got.size(); ++p) {
+      ASSERT_EQ(got[p].size(), want[p].size());
+      EXPECT_TRUE(got[p].empty() || !std::memcmp(&got[p][0], &want[p][0], 24 * got[p].size()));
+    }
   }
   // Null output, and a closed contour with every point within the chord of the others.
   std::vector<std::vector<REmath::Point3D>> none;
