@@ -10,7 +10,7 @@ TEST(Check2dContourSelfIntersectionsTest, Regions_Table) {
     std::vector<double> xy;
     bool simple;
   } cases[] = {
-      {{0, 0, 2, 2, 2, 0, 0, 2, 0, 0}, false},                         // figure-eight
+      {{0, 0, 4, 2, 4, 0, 0, 2, 0, 0}, false},                         // figure-eight
       {{0, 0, 2, 4, 4, 0, -1, 3, 5, 3, 0, 0}, false},                  // pentagram
       {{0, 0, 3, 0, 5, 2, 4, 5, 1, 4, -1, 2, 0, 0}, true},             // convex
       {{0, 0, 2, 1, 4, 0, 3, 2, 4, 4, 2, 3, 0, 4, 1, 2, 0, 0}, true},  // star
