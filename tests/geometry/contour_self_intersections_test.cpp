@@ -17,9 +17,9 @@ TEST(Check2dContourSelfIntersectionsTest, Regions_Table) {
       {{0, 0, 2, 2, 2, 0, 0, 2}, true},  // four points: nothing to check
       // Two loops meeting only at the vertex (1, 1): touching ends do not count.
       {{0, 0, 2, 0, 1, 1, 2, 3, 0, 3, 1, 1, 0, 0}, true},
-      // Collinear with segment 0 = (0, 0)–(4, 0): starting on it, ending on it, neither;
-      // behind its start, ending exactly at it.
-      {{0, 0, 4, 0, 4, 2, 2, 2, 2, 0, 6, 0, 6, -1, 0, -1, 0, 0}, false},
+      // Collinear with segment 0 = (0, 0)–(4, 0): starting on it (1e-9 off, within the
+      // tolerance), ending on it, neither; behind its start, ending exactly at it.
+      {{0, 0, 4, 0, 4, 2, 2, 2, 2, 1e-9, 6, 1e-9, 6, -1, 0, -1, 0, 0}, false},
       {{0, 0, 4, 0, 4, 1, 6, 1, 6, 0, 3, 0, 3, -1, 0, -1, 0, 0}, false},
       {{0, 0, 4, 0, 4, 1, 6, 1, 6, 0, 5, 0, 5, -1, 0, -1, 0, 0}, true},
       {{0, 0, 4, 0, 4, 2, -2, 2, -2, 0, 0, 0, 0, -1, 1, -1, 0, 0}, false},
