@@ -40,6 +40,9 @@
 #include <qvmath/geometry/arrange_points.h>
 #include <qvmath/geometry/axis_rotation.h>
 #include <qvmath/geometry/circumscribe_circle.h>
+#include <qvmath/geometry/contour_corners.h>
+#include <qvmath/geometry/contour_normal.h>
+#include <qvmath/geometry/contour_self_intersections.h>
 #include <qvmath/geometry/dist_point_line.h>
 #include <qvmath/geometry/dist_point_segment.h>
 #include <qvmath/geometry/dist_point_triangle.h>
@@ -47,6 +50,7 @@
 #include <qvmath/geometry/intersect_triang_line.h>
 #include <qvmath/geometry/linear_transform.h>
 #include <qvmath/geometry/local_frame.h>
+#include <qvmath/geometry/point_in_contour.h>
 #include <qvmath/geometry/point_net.h>
 #include <qvmath/geometry/point_to_curve_projector.h>
 #include <qvmath/geometry/point_to_face_projector.h>
