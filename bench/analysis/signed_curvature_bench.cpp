@@ -8,11 +8,14 @@
 #include <qvmath/analysis/normal_estimation.h>
 #include <qvmath/analysis/ortho_norm_basis.h>
 #include <qvmath/analysis/quadric_curvature.h>
+#include <qvmath/analysis/quadric_normal.h>
 #include <qvmath/analysis/signed_curvature.h>
 
 #include <benchmark/benchmark.h>
 
 #include <Eigen/Dense>
+
+#include <string>
 
 #if defined(QVMATH_BENCH_HAVE_PCL)
 #include <pcl/features/normal_3d.h>
@@ -36,6 +39,7 @@ const TorusCloud& Cloud(bool noisy) {
 
 struct Hoods {
   std::vector<REmath::Point3D> flat;
+  std::vector<unsigned> index;  // cloud index of every entry of flat
   std::vector<int> query;
   std::vector<REmath::Point3D_d> normal;  // covariance normal of each neighbourhood
 };
@@ -46,12 +50,14 @@ Hoods MakeHoods(bool noisy, int count) {
   tree.buildIndex();
   Hoods h;
   std::vector<REmath::Point3D> nb;
+  std::vector<unsigned> idx;
   double m[3][3], n[3];
   double* work[3] = {m[0], m[1], m[2]};
   for (int i = 0; i < count; ++i) {
     const int q = int((i * 7919LL) % int(c.pts.size()));
-    qvbench::Neighbourhood(tree, c, q, kK, nb);
+    qvbench::Neighbourhood(tree, c, q, kK, nb, &idx);
     h.flat.insert(h.flat.end(), nb.begin(), nb.end());
+    h.index.insert(h.index.end(), idx.begin(), idx.end());
     h.query.push_back(q);
     GetNormal(kK, nb.data(), work, n);
     h.normal.emplace_back(n[0], n[1], n[2]);
@@ -60,6 +66,46 @@ Hoods MakeHoods(bool noisy, int count) {
 }
 
 REmath::Point3D_d D(const REmath::Point3D& p) { return REmath::Point3D_d(p.x(), p.y(), p.z()); }
+
+// Normals of the whole cloud as a point-cloud layer computes them: from the k nearest
+// neighbours of every point, by GetNormal2 (quadric) or GetNormal (covariance), oriented
+// outward (the orientation only is taken from the truth).
+std::vector<REmath::Point3D> CloudNormals(bool noisy, bool quadric, int k) {
+  const TorusCloud& c = Cloud(noisy);
+  qvbench::TorusTree tree(3, c);
+  tree.buildIndex();
+  std::vector<REmath::Point3D> out(c.pts.size()), nb;
+  double m[3][3], n[3] = {0, 0, 1};
+  double* work[3] = {m[0], m[1], m[2]};
+  CGetNormal2Prms equal;
+  equal.Appr2MinDist() = 1.0f;  // equal weights: the least noise
+  for (size_t i = 0; i < c.pts.size(); ++i) {
+    qvbench::Neighbourhood(tree, c, int(i), k, nb);
+    if (quadric)
+      GetNormal2(k, nb.data(), &equal, nullptr, n, nullptr, nullptr);
+    else
+      GetNormal(k, nb.data(), work, n);
+    const double* t = &c.normal[3 * i];
+    const double sg = n[0] * t[0] + n[1] * t[1] + n[2] * t[2] < 0 ? -1 : 1;
+    out[i] = REmath::Point3D(float(sg * n[0]), float(sg * n[1]), float(sg * n[2]));
+  }
+  return out;
+}
+
+// The larger |k| of the fit with the neighbours' normals taken from cloud normals nrm.
+std::vector<double> WithNormals(const Hoods& h, const std::vector<REmath::Point3D>& nrm) {
+  const double truth = 1 / TorusCloud::kr;
+  std::vector<double> e;
+  std::vector<REmath::Point3D> nb(kK);
+  for (size_t i = 0; i < h.query.size(); ++i) {
+    const REmath::Point3D* p = &h.flat[i * kK];
+    for (int j = 0; j < kK; ++j) nb[j] = nrm[h.index[i * kK + j]];
+    CSignedCurvature c;
+    if (GetSignedCurvatures(kK, p, nb.data(), D(p[0]), D(nb[0]), c))
+      e.push_back(std::fabs(std::max(std::fabs(c.k1), std::fabs(c.k2)) - truth) / truth);
+  }
+  return e;
+}
 
 void BM_LargerCurvatureAccuracyK30(benchmark::State& st) {
   const bool noisy = st.range(0) != 0;
@@ -82,6 +128,12 @@ void BM_LargerCurvatureAccuracyK30(benchmark::State& st) {
     }
   }
   st.counters["signed_median_relerr_pct"] = 100 * qvbench::Median(eSigned);
+  for (int k : {30, 60}) {
+    const std::string tag = "_k" + std::to_string(k) + "_median_relerr_pct";
+    st.counters["withnormal2" + tag] = 100 * qvbench::Median(WithNormals(h, CloudNormals(noisy, true, k)));
+    st.counters["withcovnormals" + tag] =
+        100 * qvbench::Median(WithNormals(h, CloudNormals(noisy, false, k)));
+  }
   st.counters["quadric_median_relerr_pct"] = 100 * qvbench::Median(eQuadric);
 #if defined(QVMATH_BENCH_HAVE_PCL)
   // PCL: normals from 30 neighbours over the whole cloud, then the principal curvature of

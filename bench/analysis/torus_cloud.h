@@ -57,13 +57,15 @@ using TorusTree = nanoflann::KDTreeSingleIndexAdaptor<
     nanoflann::L2_Simple_Adaptor<float, TorusCloud>, TorusCloud, 3, unsigned>;
 
 /// The k nearest neighbours of point q (q itself first), as points.
+/// With index: their indices in the cloud too.
 inline void Neighbourhood(const TorusTree& tree, const TorusCloud& c, int q, int k,
-                          std::vector<REmath::Point3D>& out) {
+                          std::vector<REmath::Point3D>& out, std::vector<unsigned>* index = nullptr) {
   std::vector<unsigned> idx(k);
   std::vector<float> d2(k);
   tree.knnSearch(c.pts[q].asArray(), k, idx.data(), d2.data());
   out.clear();
   for (unsigned i : idx) out.push_back(c.pts[i]);
+  if (index) *index = idx;
 }
 
 inline double Median(std::vector<double> v) {

@@ -24,6 +24,11 @@ constexpr double kDropTol = 1e-12;
 // RMS thickness over RMS extent below which a neighbourhood counts as flat: the normal
 // turns by roughly 8·ratio radians across it, under 0.05° at 1e-4.
 constexpr double kFlatRatio = 1e-4;
+// The z terms of the quadric are built from the measured heights: where the heights are
+// mostly noise (the first fit's mean square residual against the mean square thickness),
+// they fit the noise and tilt the normal. Their diagonal of the normal matrix is raised by
+// this factor times that ratio: nothing on exact data, a strong damping on noisy scans.
+constexpr double kRidgeScale = 10.0;
 // Middle over largest eigenvalue of the scatter at or below which the points are collinear.
 constexpr double kCollinear = 1e-16;
 
@@ -55,13 +60,19 @@ bool FitLocalQuadric(int n, const Point3D* pts, const LocalQuadricOptions& opt,
   const Point3D_d p0(double(pts[0].x()), double(pts[0].y()), double(pts[0].z()));
   const COrthoNormBasis frame = COrthoNormBasis::buildAnyRightHandByV2AndOrigin(axis, p0);
   const CRotationMatrix& F = frame.getForthCoordTransform().m;
+  const CRotationMatrix& B = frame.getBackCoordTransform().m;
 
-  // Local coordinates relative to pts[0]: the float differences are exact in double, so a
-  // neighbourhood far from the origin is fitted exactly like the same one at the origin.
+  // Local coordinates relative to a world point o: with o = pts[0] the float differences are
+  // exact in double, and any o near the points keeps a neighbourhood far from the origin
+  // fitted like the same one at the origin.
+  double o[3] = {p0.x(), p0.y(), p0.z()};
   auto local = [&](int i, double q[3]) {
-    const double d[3] = {double(pts[i].x()) - p0.x(), double(pts[i].y()) - p0.y(),
-                         double(pts[i].z()) - p0.z()};
+    const double d[3] = {double(pts[i].x()) - o[0], double(pts[i].y()) - o[1],
+                         double(pts[i].z()) - o[2]};
     for (int r = 0; r < 3; ++r) q[r] = F.m[r][0] * d[0] + F.m[r][1] * d[1] + F.m[r][2] * d[2];
+  };
+  auto moveOrigin = [&](const double q[3]) {  // o += the local vector q
+    for (int r = 0; r < 3; ++r) o[r] += B.m[r][0] * q[0] + B.m[r][1] * q[1] + B.m[r][2] * q[2];
   };
   double radius2 = 0;
   for (int i = 0; i < n; ++i) {
@@ -75,16 +86,9 @@ bool FitLocalQuadric(int n, const Point3D* pts, const LocalQuadricOptions& opt,
   if (!(floor > 0)) floor = 1e-3 * s;
   const double floor2 = floor * floor;
 
-  const double lmin = ev[imin];
-  const bool flat = !opt.force2 && lmin <= kFlatRatio * kFlatRatio * (trace - lmin);
-  double coef[kUnknowns] = {};
-  if (flat) {
-    // First-order fit: the covariance plane through pts[0], or through the centroid.
-    if (opt.freeTerm) {
-      const double dc[3] = {c[0] - p0.x(), c[1] - p0.y(), c[2] - p0.z()};
-      coef[kK] = (F.m[2][0] * dc[0] + F.m[2][1] * dc[1] + F.m[2][2] * dc[2]) / s;
-    }
-  } else {
+  // The weighted fit about the current origin o, in coordinates scaled by s.
+  double residual2 = 0;
+  auto fit = [&](bool freeTerm, double ridge, double* coef) {
     NormalEquations<kUnknowns> ne;
     for (int i = 0; i < n; ++i) {
       double q[3];
@@ -93,15 +97,67 @@ bool FitLocalQuadric(int n, const Point3D* pts, const LocalQuadricOptions& opt,
       const double w = opt.weighted ? 1.0 / std::max(d2, floor2) : 1.0;
       const double u = q[0] / s, v = q[1] / s, z = q[2] / s;
       const double row[kUnknowns] = {u * u, u * v, v * v, u,     v,
-                                     opt.freeTerm ? 1.0 : 0.0, z * z, u * z, v * z};
+                                     freeTerm ? 1.0 : 0.0, z * z, u * z, v * z};
       ne.Add(row, z, w);
     }
     ne.Symmetrise();
+    for (int j = kZZ; j <= kYZ; ++j) ne.G[j][j] *= 1 + ridge;
     EquilibratedCholesky<kUnknowns> ch;
     ch.Factor(ne.G, kDropTol);
     for (int j = kXX; j <= kY; ++j)
       if (ch.dropped[j]) return false;  // collinear: no surface to speak of
     ch.Solve(ne.r, coef);
+    // The weighted mean square of the algebraic residual (scaled units).
+    double rr = 0, ws = 0;
+    for (int i = 0; i < n; ++i) {
+      double q[3];
+      local(i, q);
+      const double d2 = q[0] * q[0] + q[1] * q[1] + q[2] * q[2];
+      const double w = opt.weighted ? 1.0 / std::max(d2, floor2) : 1.0;
+      const double u = q[0] / s, v = q[1] / s, z = q[2] / s;
+      const double row[kUnknowns] = {u * u, u * v, v * v, u,     v,
+                                     freeTerm ? 1.0 : 0.0, z * z, u * z, v * z};
+      double e = z;
+      for (int j = 0; j < kUnknowns; ++j) e -= row[j] * coef[j];
+      rr += w * e * e;
+      ws += w;
+    }
+    residual2 = rr / ws;
+    return true;
+  };
+
+  const double lmin = ev[imin];
+  const bool flat = !opt.force2 && lmin <= kFlatRatio * kFlatRatio * (trace - lmin);
+  double coef[kUnknowns] = {};
+  if (flat) {
+    // First-order fit: the covariance plane through the centroid, the origin moved onto it.
+    const double dc[3] = {c[0] - p0.x(), c[1] - p0.y(), c[2] - p0.z()};
+    const double q[3] = {0, 0, F.m[2][0] * dc[0] + F.m[2][1] * dc[1] + F.m[2][2] * dc[2]};
+    if (opt.footOrigin) {
+      moveOrigin(q);
+    } else if (opt.freeTerm) {
+      coef[kK] = q[2] / s;
+    }
+  } else {
+    if (opt.footOrigin && n >= 10) {
+      // A first fit with the free term about pts[0]; the origin then moves along e2 onto
+      // its surface (the root nearer pts[0]), so that the noise of pts[0] itself does not
+      // pull the surface through it.
+      if (!fit(true, 0.0, coef)) return false;
+      const double qa = -coef[kZZ], qb = 1.0, qc = -coef[kK];
+      const double disc = qb * qb - 4 * qa * qc;
+      if (disc >= 0) {
+        const double q[3] = {0, 0, s * (-2 * qc / (qb + std::sqrt(disc)))};
+        if (std::isfinite(q[2])) moveOrigin(q);
+      }
+      std::fill(coef, coef + kUnknowns, 0.0);
+    }
+    double ridge = 0;
+    if (opt.footOrigin) {
+      const double thick2 = lmin / n / (s * s);
+      ridge = kRidgeScale * residual2 / thick2;
+    }
+    if (!fit(opt.freeTerm, ridge, coef)) return false;
   }
   // Back to unscaled local coordinates: a term of degree k scales by s^(1 − k).
   CQuadraticForm f = CQuadraticForm::buildFromCoefficients(
@@ -131,7 +187,6 @@ bool FitLocalQuadric(int n, const Point3D* pts, const LocalQuadricOptions& opt,
   // world coordinates to local ones (back matrix = the rows e0, e1, e2).
   COrthoNormBasis axes = frame.getMovedTo(Point3D_d(0.0, 0.0, 0.0));
   f.transformToBasis(axes.getWorldBasisInLocalCoords());
-  const CRotationMatrix& B = frame.getBackCoordTransform().m;
   double nrm[3];
   for (int r = 0; r < 3; ++r)
     nrm[r] = (B.m[r][0] * gl.x() + B.m[r][1] * gl.y() + B.m[r][2] * gl.z()) / gn;
@@ -140,6 +195,7 @@ bool FitLocalQuadric(int n, const Point3D* pts, const LocalQuadricOptions& opt,
   for (int r = 0; r < 3; ++r) out.normal[r] = nrm[r];
   out.aniso = float(lmin / trace);
   out.rms = rms;
+  for (int r = 0; r < 3; ++r) out.origin[r] = o[r];
   return true;
 }
 
@@ -167,6 +223,7 @@ bool GetNormal2T(int n, const Point3D* pts, const CGetNormal2Prms* prms, CQuadra
   opt.minDist = p.Appr2MinDist();
   opt.freeTerm = !p.ZeroFremTerm();
   opt.force2 = p.Force2();
+  opt.footOrigin = true;
   REmath::detail::LocalQuadricResult r;
   if (!REmath::detail::FitLocalQuadric(n, pts, opt, r)) return false;
   if (quad) *quad = r.quad;

@@ -43,24 +43,37 @@ class QVMATH_API CGetNormal2Prms {
 /// quadric fitted to pts[0..n) (pts[0] first, as a nearest-neighbour search returns it;
 /// the others in any order).
 /// Method: the covariance normal of the points (scatter in double about the centroid,
-/// as `GetNormal`) gives a local right-handed frame (e2 = that normal) with origin pts[0];
-/// in it, with coordinates scaled by the neighbourhood radius, the implicit quadric
-/// f = z − (KXX·x² + KXY·xy + KYY·y² + KX·x + KY·y [+ K] + KZZ·z² + KXZ·xz + KYZ·yz) is
-/// fitted: `q_size()` coefficients, the z coefficient fixed to 1 as the normalisation.
-/// Point i has the weight 1/max(dᵢ², `Appr2MinDist`²), dᵢ = |pᵢ − pts[0]| (a floor <= 0
-/// is replaced by 1e-3 of the neighbourhood radius). Coefficients that the data do not
+/// as `GetNormal`) gives a local right-handed frame (e2 = that normal); in it, with
+/// coordinates relative to the fit origin o and scaled by the neighbourhood radius, the
+/// implicit quadric f = z − (KXX·x² + KXY·xy + KYY·y² + KX·x + KY·y [+ K] + KZZ·z² + KXZ·xz +
+/// KYZ·yz) is fitted: `q_size()` coefficients, the z coefficient fixed to 1 as the
+/// normalisation. Point i has the weight 1/max(dᵢ², `Appr2MinDist`²), dᵢ = |pᵢ − o| (a floor
+/// <= 0 is replaced by 1e-3 of the neighbourhood radius). Coefficients that the data do not
 /// determine (the z terms of an exactly flat neighbourhood) are set to 0.
+/// The fit origin o: with n >= 10, a first fit with the free term about pts[0] gives the
+/// point of its surface over pts[0] along e2, and o is that point; so a noisy pts[0] does
+/// not pull the surface (and its normal) through itself. With n = 9, o = pts[0].
+/// Regularisation: the z terms are built from the measured heights; their diagonal entries
+/// of the normal matrix are raised by 10·(mean square residual of the first fit)/(mean
+/// square thickness along e2), which vanishes on exact data (quadric surfaces are fitted
+/// exactly) and damps terms that would fit the noise of a scan.
 /// Nearly flat neighbourhoods, whose RMS thickness along the covariance normal is below
 /// 1e-4 of their RMS extent (the normal then turns by less than about 0.05° across them),
 /// get the first-order fit instead unless `Force2()`: the plane with the covariance
-/// normal through pts[0] (through the centroid when the free term is fitted).
-/// Where the normal is taken: at pts[0] with `ZeroFremTerm`; otherwise at the root of
-/// f(0, 0, z) = 0 nearest pts[0] along e2 (pts[0] itself when there is none).
+/// normal through the centroid; o is then pts[0] projected on it.
+/// Where the normal is taken: at o with `ZeroFremTerm`; otherwise at the root of
+/// f(0, 0, z) = 0 nearest o along e2 (o itself when there is none).
+/// Accuracy: on exact quadric surfaces the normal is exact up to rounding. On a scan with
+/// noise σ the normal at a point cannot be known better than about σ/√(Σ uᵢ²) radians
+/// (uᵢ the tangential offsets), which for 16 neighbours is about what the covariance normal
+/// achieves; its own bias on curved surfaces (it is the normal near the centroid, not at
+/// pts[0]) is absent here.
 /// Sign: the normal lies on the side of the covariance normal as the eigen-routine
 /// returns it (no other orientation rule).
 /// @param[in] prms null means the defaults.
-/// @param[out] quad the fitted quadric in coordinates p − pts[0] (world axes, shifted to
-///             pts[0], not scaled): `MaxCurvature(*quad)` is the curvature at pts[0].
+/// @param[out] quad the fitted quadric in coordinates p − o (world axes, shifted to o, not
+///             scaled): `MaxCurvature(*quad)` is the curvature at o. On exact data o is
+///             pts[0] up to rounding.
 /// @param[out] normal three doubles: the unit normal.
 /// @param[out] x optional (null: not wanted): the anisotropy of the neighbourhood, as
 ///             `GetAnisotropy` computes it (0 planar ... 1/3 isotropic).
@@ -78,9 +91,9 @@ QVMATH_API bool GetNormal2(int n, const REmath::Point3D* pts, const CGetNormal2P
                            CQuadraticForm* quad, float* const normal, float* const x,
                            double* y);
 
-/// The normal and the second-order approximation at pts[0]: `GetNormal2` with equal
-/// weights, no free term (the quadric passes through pts[0]) and the second-order fit
-/// always (`Force2`). quad is in coordinates p − pts[0] (shifted to pts[0], world axes,
+/// The normal and the second-order approximation at pts[0]: the fit of `GetNormal2` with
+/// equal weights, no free term, the origin o = pts[0] (the quadric passes through pts[0]),
+/// no regularisation and the second-order fit always (`Force2`). quad is in coordinates p − pts[0] (shifted to pts[0], world axes,
 /// not scaled), so the principal curvatures of quad at its origin are those at pts[0].
 /// @return true on success; false as for `GetNormal2` (n < 9 included); quad and normal
 ///         are then untouched.

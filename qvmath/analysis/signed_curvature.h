@@ -41,3 +41,25 @@ struct CSignedCurvature {
 QVMATH_API bool GetSignedCurvatures(int n, const REmath::Point3D* pts,
                                     const REmath::Point3D_d& origin,
                                     const REmath::Point3D_d& normal, CSignedCurvature& out);
+
+/// The same from the neighbours' positions and their normals: more accurate on noisy scans,
+/// where each neighbour's normal (estimated from its own neighbourhood, e.g. by `GetNormal2`)
+/// carries far more information about the bending than its position does.
+/// normals[0..n) are the unit normals at pts[0..n) (their length does not matter), oriented
+/// like `normal`; one pointing to the other side (negative dot product with `normal`) is
+/// flipped. A null `normals` gives the position-only fit above.
+/// Method: the shape operator S (a symmetric 2×2 matrix in the tangent plane) and the normal
+/// at origin are fitted to the normals by equal-weight least squares: the tangential
+/// components of normal i are a + S·(uᵢ, vᵢ), (uᵢ, vᵢ) the tangent coordinates of pts[i]
+/// relative to origin (the change of the normal along the surface is the Weingarten map;
+/// this model is exact on spheres and cylinders at any neighbourhood size, so it carries
+/// no truncation bias of a height polynomial). The fit is done twice: first in the frame
+/// of `normal`, then in the frame of the fitted normal a, so that a given normal a few
+/// degrees off the surface's does not bias the curvatures. k1 >= k2 are the eigenvalues
+/// of S, with the sign convention above; dir1 and dir2 its eigenvectors; conditioning is
+/// that of the 5 × 5 normal matrix of the second fit (equilibrated).
+/// @return as above; also false when a normal is zero or not finite.
+QVMATH_API bool GetSignedCurvatures(int n, const REmath::Point3D* pts,
+                                    const REmath::Point3D* normals,
+                                    const REmath::Point3D_d& origin,
+                                    const REmath::Point3D_d& normal, CSignedCurvature& out);

@@ -40,6 +40,25 @@ TEST(SignedCurvature, Regions_AnalyticSurfacesUnderRigidMotions) {
         EXPECT_GT(AbsCos(ToV3(c.dir1), m.Dir(s.dir1)), 0.999);
         EXPECT_GT(AbsCos(ToV3(c.dir2), m.Dir(s.dir2)), 0.999);
       }
+      // With the analytic normals (every seventh on the wrong side, flipped back): the
+      // normal-difference fit; exact on sphere and cylinder, first order on the others.
+      std::vector<REmath::Point3D> nrm;
+      for (const REmath::Point3D& p : pts) {
+        const V3 d = Sub({p.x(), p.y(), p.z()}, m.t);
+        const double x = Dot(d, m.c[0]), y = Dot(d, m.c[1]), e = 1e-6;
+        const V3 g = m.Dir({(s.h(x - e, y) - s.h(x + e, y)) / (2 * e),
+                            (s.h(x, y - e) - s.h(x, y + e)) / (2 * e), 1});
+        const double sg = nrm.size() % 7 == 3 ? -1 : 1;
+        nrm.emplace_back(float(sg * g[0]), float(sg * g[1]), float(sg * g[2]));
+      }
+      CSignedCurvature w;
+      ASSERT_TRUE(GetSignedCurvatures(40, pts.data(), nrm.data(), D(m.t), D(m.Dir(tilt)), w));
+      const double wtol = (s.k1 == s.k2 || s.k2 == 0 ? 1e-5 : 6e-3) * (1 + std::fabs(s.k2));
+      EXPECT_NEAR(w.k1, s.k1, wtol);
+      EXPECT_NEAR(w.k2, s.k2, wtol);
+      if (s.k1 != s.k2) {
+        EXPECT_GT(AbsCos(ToV3(w.dir1), m.Dir(s.dir1)), 0.999);
+      }
       // Flipping the normal flips every curvature: k1 ↔ −k2.
       CSignedCurvature f;
       ASSERT_TRUE(GetSignedCurvatures(int(pts.size()), pts.data(), D(m.t),
@@ -109,6 +128,9 @@ TEST(SignedCurvature, Degenerate_RefusedNeverNaN) {
     EXPECT_EQ(r.k1, 0.0);
     EXPECT_EQ(r.k2, 0.0);
     EXPECT_FALSE(std::isnan(r.conditioning));
+    const std::vector<REmath::Point3D> zero(c.pts->size(), REmath::Point3D(0, 0, 0));
+    EXPECT_FALSE(GetSignedCurvatures(int(c.pts->size()), c.pts->data(), zero.data(), o, up, r));
+    EXPECT_FALSE(r.valid);
   }
 }
 
