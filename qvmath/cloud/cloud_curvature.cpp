@@ -23,8 +23,12 @@ class CurvatureKernel : public detail::IBlockKernel {
                   const std::vector<unsigned char>& ok, const CCloudCurvatureParams& p,
                   CCloudCurvatures& out, int slots)
       : m_index(index), m_normals(normals), m_ok(ok), m_p(p), m_out(out),
-        m_scratch(std::size_t(slots)) {
-    for (auto& s : m_scratch) s.Reserve(p.radius > 0 ? 64 : p.k);
+        m_scratch(std::size_t(slots)), m_fit(std::size_t(slots)) {
+    for (std::size_t i = 0; i < m_scratch.size(); ++i) {
+      m_scratch[i].Reserve(p.radius > 0 ? 64 : p.k);
+      m_fit[i].pts.resize(m_scratch[i].pts.size());
+      m_fit[i].normals.resize(m_scratch[i].pts.size());
+    }
   }
   void ProcessRange(int begin, int end, int slot) override {
     detail::NeighbourScratch& sc = m_scratch[std::size_t(slot)];
@@ -36,10 +40,30 @@ class CurvatureKernel : public detail::IBlockKernel {
           detail::GatherNeighbourhood(m_index, s, m_p.k, m_p.radius, m_p.maxNeighbours, sc);
       const Point3D& q = sc.pts[0];
       const Point3D& n = m_normals[i];
+      const Point3D_d origin(q.x(), q.y(), q.z()), normal(n.x(), n.y(), n.z());
       CSignedCurvature c;
-      if (!GetSignedCurvatures(count, sc.pts.data(), Point3D_d(q.x(), q.y(), q.z()),
-                               Point3D_d(n.x(), n.y(), n.z()), c))
-        continue;
+      bool ok;
+      if (m_p.useNeighbourNormals) {
+        // Neighbours without a valid normal drop out of the normal fit; the point itself
+        // stays first.
+        FitScratch& f = m_fit[std::size_t(slot)];
+        if (f.pts.size() < std::size_t(count)) {
+          f.pts.resize(std::size_t(count));
+          f.normals.resize(std::size_t(count));
+        }
+        int used = 0;
+        for (int j = 0; j < count; ++j) {
+          const std::size_t in = std::size_t(toInput[sc.idx[std::size_t(j)]]);
+          if (!m_ok[in]) continue;
+          f.pts[std::size_t(used)] = sc.pts[std::size_t(j)];
+          f.normals[std::size_t(used)] = m_normals[in];
+          ++used;
+        }
+        ok = GetSignedCurvatures(used, f.pts.data(), f.normals.data(), origin, normal, c);
+      } else {
+        ok = GetSignedCurvatures(count, sc.pts.data(), origin, normal, c);
+      }
+      if (!ok) continue;
       m_out.valid[i] = 1;
       m_out.k1[i] = float(c.k1);
       m_out.k2[i] = float(c.k2);
@@ -57,6 +81,10 @@ class CurvatureKernel : public detail::IBlockKernel {
   const CCloudCurvatureParams& m_p;
   CCloudCurvatures& m_out;
   std::vector<detail::NeighbourScratch> m_scratch;
+  struct FitScratch {
+    std::vector<Point3D> pts, normals;
+  };
+  std::vector<FitScratch> m_fit;
 };
 
 }  // namespace
