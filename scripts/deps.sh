@@ -8,6 +8,7 @@ QV_PACKAGES=(
   libeigen3-dev libcgal-dev libboost-dev
   clang-14 libclang-rt-14-dev
   libnanoflann-dev
+  pybind11-dev python3-numpy python3-pytest
 )
 
 qv_install_deps() {

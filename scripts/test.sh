@@ -17,6 +17,12 @@ echo "== plain build"
 cmake -S . -B build/test "${common[@]}" -DQVMATH_SANITIZE=
 cmake --build build/test -j"$jobs"
 ctest --test-dir build/test --output-on-failure -j"$jobs"
+# ---- Python module: pytest against the build tree's module ----
+if [ -e build/test/python/qvmath*.so ]; then
+  echo "== Python module"
+  PYTHONPATH="$PWD/build/test/python" /usr/bin/python3 -m pytest -q python/tests
+fi
+# ---- end of the Python block ----
 
 echo "== AddressSanitizer + UndefinedBehaviorSanitizer"
 cmake -S . -B build/asan "${common[@]}" -DQVMATH_SANITIZE="address;undefined" -DQVMATH_BUILD_TOOLS=OFF

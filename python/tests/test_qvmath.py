@@ -1,0 +1,170 @@
+# SPDX-License-Identifier: MIT
+# Tests of the Python module against analytic surfaces, brute force and round trips.
+import os
+import signal
+
+import numpy as np
+import pytest
+
+import qvmath
+
+
+@pytest.fixture(scope="module")
+def torus():
+    return qvmath.sample_torus(6000, R=3.0, r=1.0, sigma=0.0, seed=7)
+
+
+def layouts(p):
+    """The same points as float32/float64, C/F order and a strided view."""
+    wide = np.zeros((len(p), 7), dtype=np.float64)
+    wide[:, 2:5] = p
+    return [p, p.astype(np.float64), np.asfortranarray(p), wide[:, 2:5],
+            np.repeat(p, 2, axis=0)[::2]]
+
+
+def test_normals_and_curvature_match_the_torus_in_every_layout(torus):
+    ref, valid = qvmath.normals(torus["points"], k=16, orient="mst", threads=1)
+    assert valid.all()
+    # Oriented outward: the spanning tree turns a closed surface's normals outside.
+    assert (ref * torus["normals"]).sum(1).min() > 0.98
+    for p in layouts(torus["points"]):
+        n, v = qvmath.normals(p, k=16, orient="mst", threads=2)
+        np.testing.assert_array_equal(n, ref)
+    c = qvmath.curvature(torus["points"], k=30, threads=2)
+    assert c["valid"].mean() > 0.99
+    ok = c["valid"]
+    assert np.median(np.abs(c["k1"][ok] - torus["k1"][ok])) < 0.05
+    assert np.median(np.abs(c["k2"][ok] - torus["k2"][ok])) < 0.05
+    np.testing.assert_allclose(c["gauss"][ok], (c["k1"] * c["k2"])[ok], rtol=1e-5, atol=1e-6)
+    # Given normals turned inward flip the signs of the curvatures.
+    inner = qvmath.curvature(torus["points"], normals=-ref, threads=1)
+    np.testing.assert_allclose(inner["k1"][ok], -c["k2"][ok], rtol=1e-4, atol=1e-5)
+
+
+@pytest.mark.parametrize("orient,sign", [((0, 0, 50), "z"), (("direction", (0, 0, -1)), "-z"),
+                                         (("viewpoint", (0, 0, -50)), "-z")])
+def test_orientation_rules(torus, orient, sign):
+    n, _ = qvmath.normals(torus["points"], orient=orient, threads=1)
+    top = torus["points"][:, 2] > 0.9
+    assert ((n[top, 2] > 0) == (sign == "z")).all()
+
+
+@pytest.mark.parametrize("call,message", [
+    (lambda: qvmath.normals(np.zeros((10, 2))), r"\(n, 3\).*\(10, 2\)"),
+    (lambda: qvmath.normals(np.zeros(9)), r"\(n, 3\)"),
+    (lambda: qvmath.normals(np.array([["a", "b", "c"]])), r"real numbers"),
+    (lambda: qvmath.normals(np.zeros((0, 3))), r"empty"),
+    (lambda: qvmath.normals(np.random.rand(10, 3), k=11), r"11"),
+    (lambda: qvmath.normals(np.random.rand(10, 3), k=4, method="svd"), r"pca"),
+    (lambda: qvmath.normals(np.random.rand(10, 3), k=4, orient="up"), r"orient"),
+    (lambda: qvmath.curvature(np.random.rand(10, 3), normals=np.ones((9, 3))), r"one row"),
+    (lambda: qvmath.distance_to_segments(np.zeros((3, 3)), np.zeros((2, 2, 3))), r"length"),
+    (lambda: qvmath.distance_to_triangles(np.zeros((1, 3)), np.zeros((2, 2, 3))), r"3, 3"),
+    (lambda: qvmath.polygonize(lambda x, y, z: 1.0, (0, 0, 0), 0.1, (5, 5, 5)), r"no surface"),
+])
+def test_bad_input_raises_value_error(call, message):
+    with pytest.raises(ValueError, match=message):
+        call()
+
+
+def test_file_round_trips(tmp_path):
+    rng = np.random.default_rng(3)
+    p = rng.random((50, 3)).astype(np.float32)
+    n = p / np.linalg.norm(p, axis=1, keepdims=True)
+    colors = rng.integers(0, 256, (50, 3)).astype(np.uint8)
+    label = rng.integers(-300, 300, 50).astype(np.int16)
+    for name, kw in [("a.ply", {}), ("b.ply", {"ascii": True})]:
+        qvmath.write(str(tmp_path / name), p, normals=n, colors=colors, label=label, **kw)
+        d = qvmath.read(str(tmp_path / name))
+        np.testing.assert_array_equal(d["points"], p)
+        np.testing.assert_array_equal(d["colors"], colors)
+        assert d["label"].dtype == np.int16
+        np.testing.assert_array_equal(d["label"], label)
+    qvmath.write(str(tmp_path / "c.xyz"), p)
+    np.testing.assert_allclose(qvmath.read(str(tmp_path / "c.xyz"))["points"], p, rtol=1e-6)
+    with pytest.raises(OSError, match="missing.ply"):
+        qvmath.read(str(tmp_path / "missing.ply"))
+
+
+def test_planes_of_two_walls():
+    g = np.stack(np.meshgrid(np.linspace(0, 1, 30), np.linspace(0, 1, 30)), -1).reshape(-1, 2)
+    floor = np.c_[g, np.zeros(len(g))]
+    wall = np.c_[np.full(len(g), 2.0), g]
+    labels, planes, _ = qvmath.planes(np.vstack([floor, wall]), seed=5, threads=2)
+    assert len(planes) == 2
+    for piece in (labels[:900], labels[900:]):
+        assert (piece == piece[0]).all() and piece[0] >= 0
+    axes = sorted(int(np.argmax(np.abs(pl["normal"]))) for pl in planes)
+    assert axes == [0, 2] and all(pl["rms_error"] < 1e-5 for pl in planes)
+
+
+def test_polygonize_sphere_and_propagation():
+    def sphere(x, y, z):
+        return 1.0 - x * x - y * y - z * z
+    v, n, t = qvmath.polygonize(sphere, (0, 0, 0), 0.2, (20, 20, 20))
+    assert np.abs(np.linalg.norm(v, axis=1) - 1).max() < 1e-3
+    assert (np.einsum("ij,ij->i", v, n) < -0.99).all()  # toward f > 0: inward
+    edges = {tuple(sorted(e)) for tri in t for e in ((tri[0], tri[1]), (tri[1], tri[2]),
+                                                     (tri[2], tri[0]))}
+    assert len(v) - len(edges) + len(t) == 2  # a closed sphere
+    batch = qvmath.polygonize(lambda q: 1.0 - (q * q).sum(1), (0, 0, 0), 0.2, (20, 20, 20),
+                              vectorized=True)
+    np.testing.assert_array_equal(batch[2], t)
+
+    class Boom(Exception):
+        pass
+
+    def failing(x, y, z):
+        if abs(z) < 0.3:
+            raise Boom("inside f")
+        return sphere(x, y, z)
+    with pytest.raises(Boom, match="inside f"):
+        qvmath.polygonize(failing, (0, 0, 0), 0.2, (20, 20, 20))
+
+
+def brute(p, pts):
+    d = ((pts - p) ** 2).sum(1)
+    return d.min()
+
+
+def test_distances_against_dense_sampling():
+    rng = np.random.default_rng(11)
+    tri = rng.normal(size=(3, 3))
+    u, w = np.meshgrid(np.linspace(0, 1, 301), np.linspace(0, 1, 301))
+    keep = u + w <= 1
+    dense = tri[0] + np.outer(u[keep], tri[1] - tri[0]) + np.outer(w[keep], tri[2] - tri[0])
+    q = np.vstack([rng.normal(size=(40, 3)) * 2, tri.mean(0) + rng.normal(size=(5, 3)) * 0.1])
+    d2, feet, region = qvmath.distance_to_triangles(q, tri)
+    for i in range(len(q)):
+        assert d2[i] == pytest.approx(brute(q[i], dense), abs=2e-2)
+        assert d2[i] == pytest.approx(((q[i] - feet[i]) ** 2).sum(), rel=1e-4, abs=1e-6)
+    assert set(region) <= set(range(7)) and 0 in region
+    seg = np.array([[0, 0, 0], [2, 0, 0]], dtype=np.float32)
+    # Ends, interior and the tie at equal distance from both ends, which goes to b.
+    pts = np.array([[-1, 1, 0], [3, 0, 0], [1, 2, 0], [1, 0, 5]], dtype=np.float32)
+    d2, feet, region = qvmath.distance_to_segments(pts, np.stack([seg] * 4)[:, :, :])
+    np.testing.assert_array_equal(region, [1, 2, 0, 0])
+    np.testing.assert_allclose(d2, [2, 1, 4, 25])
+    _, _, tie = qvmath.distance_to_segments([[1, 1, 0]], [[1, 0, 0], [1, 0, 0]])
+    assert tie[0] == 0  # a zero-length segment reports the interior
+
+
+def test_cancellation_by_ctrl_c_and_by_progress(torus):
+    seen = []
+
+    def interrupt(pos):
+        seen.append(pos)
+        os.kill(os.getpid(), signal.SIGINT)
+    big = np.tile(torus["points"], (20, 1)) + np.repeat(np.arange(20.0) * 10, 6000)[:, None]
+    with pytest.raises(KeyboardInterrupt):
+        qvmath.normals(big, k=32, orient="mst", threads=1, progress=interrupt)
+    assert len(seen) == 1
+
+    def stop(pos):
+        raise RuntimeError("stop at %d" % pos)
+    with pytest.raises(RuntimeError, match="stop at"):
+        qvmath.planes(big, threads=1, progress=stop)
+    # The library is usable again afterwards, and progress ends at 100.
+    seen.clear()
+    qvmath.normals(torus["points"], threads=1, progress=seen.append)
+    assert seen[-1] == 100 and seen == sorted(seen)
