@@ -17,22 +17,19 @@ echo "== plain build"
 cmake -S . -B build/test "${common[@]}" -DQVMATH_SANITIZE=
 cmake --build build/test -j"$jobs"
 ctest --test-dir build/test --output-on-failure -j"$jobs"
-# ---- Python module: pytest against the build tree's module ----
-if [ -e build/test/python/qvmath*.so ]; then
-  echo "== Python module"
-  PYTHONPATH="$PWD/build/test/python" /usr/bin/python3 -m pytest -q python/tests
-fi
-# ---- end of the Python block ----
+
+echo "== Python module"
+PYTHONPATH="$PWD/build/test/python" /usr/bin/python3 -m pytest -q -p no:cacheprovider python/tests
 
 echo "== AddressSanitizer + UndefinedBehaviorSanitizer"
-cmake -S . -B build/asan "${common[@]}" -DQVMATH_SANITIZE="address;undefined" -DQVMATH_BUILD_TOOLS=OFF
+cmake -S . -B build/asan "${common[@]}" -DQVMATH_SANITIZE="address;undefined" -DQVMATH_BUILD_TOOLS=OFF -DQVMATH_BUILD_PYTHON=OFF
 cmake --build build/asan -j"$jobs"
 ASAN_OPTIONS=detect_leaks=1:abort_on_error=1:strict_string_checks=1 \
 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
   ctest --test-dir build/asan --output-on-failure -j"$jobs"
 
 echo "== ThreadSanitizer (infrastructure)"
-cmake -S . -B build/tsan "${common[@]}" -DQVMATH_SANITIZE=thread -DQVMATH_BUILD_TOOLS=OFF
+cmake -S . -B build/tsan "${common[@]}" -DQVMATH_SANITIZE=thread -DQVMATH_BUILD_TOOLS=OFF -DQVMATH_BUILD_PYTHON=OFF
 tsan_targets=$(cd tests && ls platform/*_test.cpp infra/*_test.cpp 2>/dev/null | sed 's#/#_#; s#\.cpp$##')
 cmake --build build/tsan -j"$jobs" --target qvmath $tsan_targets
 TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 \
