@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <climits>
 #include <stdexcept>
 #include <type_traits>
 #include <vector>
@@ -493,3 +494,26 @@ TEST(MatrixTest, Product_HomogeneousPointsComponentwise) {
 }
 
 }  // namespace
+
+// Negative sizes used to be kept (a -5 × 2 product, an overflowing range check); a view on
+// a null column-pointer array used to write through it.
+TEST(MatrixTest, Regression_NegativeSizesClampAndNullViewArraysRefused) {
+  Matrix<double> m(-5, 3);
+  EXPECT_EQ(m.rows(), 0);
+  EXPECT_EQ(m.cols(), 3);
+  EXPECT_THROWS_TEXT(m.get(INT_MAX, 0, 0, 0), "NURBSMatrixErr");
+  const Matrix<double> p = Matrix<double>(-5, 3) * Matrix<double>(3, 2);
+  EXPECT_EQ(p.rows(), 0);
+  EXPECT_EQ(p.cols(), 2);
+  m.resize(4, -1);
+  EXPECT_EQ(m.cols(), 0);
+  m.resizeKeep(-3, 2);
+  EXPECT_EQ(m.rows(), 0);
+  EXPECT_EQ(m.cols(), 2);
+  double d[4];
+  EXPECT_THROW(Matrix<double>(d, nullptr, 2, 2), std::invalid_argument);
+  double* c[2];
+  EXPECT_THROW(Matrix<double>(nullptr, c, 2, 2), std::invalid_argument);
+  Matrix<double> empty(nullptr, nullptr, 0, 0);
+  EXPECT_EQ(empty.rows(), 0);
+}

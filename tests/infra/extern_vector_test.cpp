@@ -386,3 +386,29 @@ TEST_F(ExternVectorTest, Failure_FullDiskIsBadAlloc) {
   ASSERT_TRUE(WIFEXITED(status)) << "child died, status " << status;
   EXPECT_EQ(WEXITSTATUS(status), 0);
 }
+
+// A handle used after clear() used to read a freed cell; a stale handle whose cell had been
+// reused used to release another caller's lock.
+TEST_F(ExternVectorTest, Regression_StaleHandlesAreRefused) {
+  std::unique_ptr<ExternVectorVoidInterface> v(CreateExternVectorVoid(8));
+  v->resize(4, nullptr);
+  void *h = nullptr, *h2 = nullptr, *h3 = nullptr;
+  v->lock(1, h);
+  v->release(false, h);
+  v->lock(2, h2);
+  EXPECT_NE(h2, h) << "a new lock gets a new handle";
+  EXPECT_THROW(v->release(false, h), std::logic_error);
+  EXPECT_THROW(v->addRef(h), std::logic_error);
+  EXPECT_EQ(v->addRef(h2), v->lock(2, h3));  // the live lock is untouched: count 3
+  v->release(false, h2);
+  v->release(false, h2);
+  v->release(false, h2);
+  EXPECT_THROW(v->release(false, h2), std::logic_error);
+  v->lock(1, h);
+  v->clear();
+  EXPECT_THROW(v->release(true, h), std::logic_error);
+  v->resize(4, nullptr);
+  v->lock(0, h3);
+  EXPECT_THROW(v->release(true, h), std::logic_error);
+  v->release(false, h3);
+}

@@ -279,3 +279,38 @@ TEST(InnerHeaderWrapperTest, Limit_PayloadMustFitTheRelativeSkip) {
     EXPECT_TRUE(stream.skips.empty()) << n;  // the header keeps its -1
   }
 }
+
+// A skipped block that ran past the end of the stream used to load as OK; a filter whose
+// returned count disagreed with what it wrote got the length patched inside the header.
+TEST(InnerHeaderWrapperTest, Regression_TruncationAndFalseByteCounts) {
+  MemoryStream stream;
+  PayloadFilter other(stream, "Other", 1, std::vector<unsigned char>(18, 7));
+  CInnerHeaderWrapper(&other, nullptr, L"x").Save();
+  std::vector<unsigned char>& bytes = stream.Bytes();
+  ASSERT_EQ(bytes.size(), 146u);
+  qvtest::NullDeltaLogger logger;
+  for (std::uint64_t length : {19ull, 0x7FFFFFFFull - 128}) {
+    for (int i = 0; i < 8; ++i) bytes[10 + i] = static_cast<unsigned char>(length >> (8 * i));
+    stream.Rewind();
+    CInnerHeaderWrapper skipper(stream, nullptr, L"x");
+    EXPECT_THROW(skipper.Load(logger), KvF::CUnknownFormatError) << length;
+  }
+  // Exactly at the end is fine.
+  for (int i = 0; i < 8; ++i) bytes[10 + i] = i == 0 ? 18 : 0;
+  stream.Rewind();
+  CInnerHeaderWrapper skipper(stream, nullptr, L"x");
+  EXPECT_EQ(skipper.Load(logger), 146);
+
+  MemoryStream out;
+  struct Liar : PayloadFilter {  // writes 16 bytes, claims 10
+    using PayloadFilter::PayloadFilter;
+    std::int64_t OnSave() override {
+      GetStream().writeData(16, payload.data());
+      return 10;
+    }
+  } writer(out, "Liar", 1, std::vector<unsigned char>(16, 9));
+  EXPECT_THROW(CInnerHeaderWrapper(&writer, nullptr, L"x").Save(), CKorvaException);
+  ASSERT_EQ(out.Bytes().size(), 128u + 16u);
+  for (int i = 0; i < 8; ++i) EXPECT_EQ(out.Bytes()[10 + i], 0xFF) << "length stays -1";
+  for (int i = 128; i < 144; ++i) EXPECT_EQ(out.Bytes()[i], 9) << "payload intact";
+}
