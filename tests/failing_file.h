@@ -12,10 +12,11 @@
 
 namespace qvtest {
 
-/// An unbuffered FILE* (glibc fopencookie) over `bytes`. Each kind of operation has a
-/// budget: the number of calls that still succeed before every further call of that kind
-/// fails (-1: unlimited). The stream is unbuffered, so each fread/fwrite/fseek of the code
-/// under test reaches the budget at once.
+/// An unbuffered FILE* (glibc fopencookie) over `bytes` whose transfers fail on demand:
+/// `reads` and `writes` are the numbers of bytes that can still be transferred (a transfer
+/// reaching the limit is cut short, every later one fails), `seeks` the number of seeks
+/// and position queries that still succeed; -1 is unlimited. Unbuffered, so every fread,
+/// fwrite and fseek of the code under test meets the budgets at once.
 class FailingFile {
  public:
   explicit FailingFile(std::vector<unsigned char> initial = {}) : bytes(std::move(initial)) {
@@ -37,22 +38,35 @@ class FailingFile {
   int reads = -1, writes = -1, seeks = -1;
 
  private:
-  static bool Spend(int& budget) { return budget < 0 || budget-- > 0; }
+  // Once spent, a budget stays spent: the C library may retry a failed call.
+  static bool Spend(int& budget) {
+    if (budget < 0) return true;
+    if (budget == 0) return false;
+    --budget;
+    return true;
+  }
+  // The part of `size` bytes that a byte budget still allows.
+  static size_t Allow(int budget, size_t size) {
+    return budget < 0 ? size : std::min(size, static_cast<size_t>(budget));
+  }
   static ssize_t Read(void* c, char* buf, size_t size) {
     auto* f = static_cast<FailingFile*>(c);
-    if (!Spend(f->reads)) return -1;
-    const size_t n = f->m_pos >= f->bytes.size() ? 0 : std::min(size, f->bytes.size() - f->m_pos);
+    if (f->reads == 0) return -1;
+    const size_t left = f->m_pos >= f->bytes.size() ? 0 : f->bytes.size() - f->m_pos;
+    const size_t n = Allow(f->reads, std::min(size, left));
     if (n) std::memcpy(buf, f->bytes.data() + f->m_pos, n);
+    if (f->reads > 0) f->reads -= static_cast<int>(n);
     f->m_pos += n;
     return static_cast<ssize_t>(n);
   }
   static ssize_t Write(void* c, const char* buf, size_t size) {
     auto* f = static_cast<FailingFile*>(c);
-    if (!Spend(f->writes)) return -1;
-    if (f->m_pos + size > f->bytes.size()) f->bytes.resize(f->m_pos + size);
-    std::memcpy(f->bytes.data() + f->m_pos, buf, size);
-    f->m_pos += size;
-    return static_cast<ssize_t>(size);
+    const size_t n = Allow(f->writes, size);  // 0 reports the failure (never < 0)
+    if (f->m_pos + n > f->bytes.size()) f->bytes.resize(f->m_pos + n);
+    if (n) std::memcpy(f->bytes.data() + f->m_pos, buf, n);
+    if (f->writes > 0) f->writes -= static_cast<int>(n);
+    f->m_pos += n;
+    return static_cast<ssize_t>(n);
   }
   static int Seek(void* c, off64_t* offset, int whence) {
     auto* f = static_cast<FailingFile*>(c);

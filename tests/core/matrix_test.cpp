@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <limits>
 #include <climits>
 #include <stdexcept>
@@ -12,6 +13,7 @@
 #include <vector>
 
 #include "core/vecmat_test_util.h"
+#include "failing_alloc.h"
 #include "test_util.h"
 
 using qvtest::Elem;
@@ -516,4 +518,26 @@ TEST(MatrixTest, Regression_NegativeSizesClampAndNullViewArraysRefused) {
   EXPECT_THROW(Matrix<double>(nullptr, c, 2, 2), std::invalid_argument);
   Matrix<double> empty(nullptr, nullptr, 0, 0);
   EXPECT_EQ(empty.rows(), 0);
+}
+
+// An allocation that fails in any reshaping call (the element block or the column
+// pointers) throws std::bad_alloc and leaves the matrix as it was.
+TYPED_TEST(MatrixTyped, Failure_AllocationLeavesMatrixUnchanged) {
+  using T = TypeParam;
+  const Matrix<T> big = Filled<T>(4, 5, 3);
+  for (int skip = 0; skip < 2; ++skip) {
+    const std::function<void(Matrix<T>&)> reshapes[] = {
+        [](Matrix<T>& m) { m.resize(4, 4); }, [](Matrix<T>& m) { m.resizeKeep(1, 7); },
+        [&](Matrix<T>& m) { m = big; }};
+    for (const auto& reshape : reshapes) {
+      Matrix<T> m = Filled<T>(2, 3);
+      const T* block = m.memory();
+      qvtest::g_passArrayNews = skip;  // 1: the block succeeds, the column pointers fail
+      qvtest::g_failArrayNews = 1;
+      EXPECT_THROW(reshape(m), std::bad_alloc);
+      qvtest::g_failArrayNews = 0;
+      EXPECT_EQ(m.memory(), block);
+      EXPECT_TRUE(SameMatrix(m, Filled<T>(2, 3)));
+    }
+  }
 }

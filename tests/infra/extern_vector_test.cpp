@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <map>
 #include <memory>
 #include <new>
@@ -15,12 +16,54 @@
 #include <vector>
 
 #include <dirent.h>
+#include <dlfcn.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include "test_util.h"
+
+// A shim over the stdio calls of the library: this program's definitions take precedence
+// over the C library's for every caller in the process, and forward to the next definition
+// (the C library's, or a sanitizer's) until a test arms a failure. g_budget[kind] is the
+// number of calls of that kind that still succeed (-1: unlimited).
+namespace {
+enum StdioKind { kSeek, kRead, kWrite, kFlush, kTell, kKinds };
+int g_budget[kKinds] = {-1, -1, -1, -1, -1};
+bool Fails(StdioKind kind) {
+  if (g_budget[kind] < 0) return false;
+  if (g_budget[kind] == 0) return true;  // stays failing until the test disarms it
+  --g_budget[kind];
+  return false;
+}
+template <class F>
+F Next(const char* name) {
+  return reinterpret_cast<F>(dlsym(RTLD_NEXT, name));
+}
+}  // namespace
+extern "C" {
+int fseeko(FILE* f, off_t offset, int whence) {
+  static auto next = Next<int (*)(FILE*, off_t, int)>("fseeko");
+  return Fails(kSeek) ? (errno = EIO, -1) : next(f, offset, whence);
+}
+off_t ftello(FILE* f) {
+  static auto next = Next<off_t (*)(FILE*)>("ftello");
+  return Fails(kTell) ? (errno = EIO, -1) : next(f);
+}
+size_t fread(void* buf, size_t size, size_t n, FILE* f) {
+  static auto next = Next<size_t (*)(void*, size_t, size_t, FILE*)>("fread");
+  return Fails(kRead) ? 0 : next(buf, size, n, f);
+}
+size_t fwrite(const void* buf, size_t size, size_t n, FILE* f) {
+  static auto next = Next<size_t (*)(const void*, size_t, size_t, FILE*)>("fwrite");
+  return Fails(kWrite) ? 0 : next(buf, size, n, f);
+}
+int fflush(FILE* f) {
+  static auto next = Next<int (*)(FILE*)>("fflush");
+  return Fails(kFlush) ? (errno = EIO, EOF) : next(f);
+}
+}
 
 using KorvaExtVec::CreateExternVectorVoid;
 using KorvaExtVec::ExternVectorVoidInterface;
@@ -411,4 +454,38 @@ TEST_F(ExternVectorTest, Regression_StaleHandlesAreRefused) {
   v->lock(0, h3);
   EXPECT_THROW(v->release(true, h), std::logic_error);
   v->release(false, h3);
+}
+
+// Every failing seek, read, write, flush or position query inside a growth, a lock or a
+// write-back throws std::bad_alloc; the elements written before stay intact, the size does
+// not change, and the vector is discarded without leaking or leaving a file.
+TEST_F(ExternVectorTest, Failure_InjectedStdioFailures) {
+  const Bytes a(8, 0xA5), b(8, 0x5B);
+  const std::function<void(ExternVectorVoidInterface&)> ops[] = {
+      [&](ExternVectorVoidInterface& v) { v.resize(40, b.data()); },
+      [&](ExternVectorVoidInterface& v) { v.reserve(100); },
+      [&](ExternVectorVoidInterface& v) {
+        void* h = nullptr;
+        std::memcpy(v.lock(2, h), a.data(), 8);  // rewrites the same bytes
+        v.release(true, h);
+      }};
+  for (const auto& op : ops) {
+    for (int kind = 0; kind < kKinds; ++kind) {
+      bool done = false;
+      for (int budget = 0; !done; ++budget) {
+        ASSERT_LT(budget, 200);
+        std::unique_ptr<ExternVectorVoidInterface> v(CreateExternVectorVoid(8));
+        v->resize(4, a.data());
+        g_budget[kind] = budget;
+        try {
+          op(*v);
+          done = true;
+        } catch (const std::bad_alloc&) {
+          EXPECT_EQ(v->size(), 4u);
+        }
+        g_budget[kind] = -1;
+        for (unsigned int i = 0; i < 4; ++i) EXPECT_EQ(Read(*v, i, 8), a) << kind << " " << budget;
+      }
+    }
+  }
 }

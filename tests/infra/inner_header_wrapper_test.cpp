@@ -16,6 +16,7 @@
 
 #include <unistd.h>
 
+#include "failing_file.h"
 #include "infra/stream_test_util.h"
 #include "test_util.h"
 
@@ -313,4 +314,37 @@ TEST(InnerHeaderWrapperTest, Regression_TruncationAndFalseByteCounts) {
   ASSERT_EQ(out.Bytes().size(), 128u + 16u);
   for (int i = 0; i < 8; ++i) EXPECT_EQ(out.Bytes()[10 + i], 0xFF) << "length stays -1";
   for (int i = 128; i < 144; ++i) EXPECT_EQ(out.Bytes()[i], 9) << "payload intact";
+}
+
+// A save whose file fails at any write or seek throws the stream's error and never leaves
+// a block that loads wrongly; the first budget that suffices gives a block that loads.
+TEST(InnerHeaderWrapperTest, Failure_InjectedFileFailuresNeverLeaveAWrongBlock) {
+  for (int kind = 0; kind < 2; ++kind) {
+    bool saved = false;
+    for (int budget = 0; !saved; ++budget) {
+      ASSERT_LT(budget, 300);
+      qvtest::FailingFile file;
+      (kind ? file.seeks : file.writes) = budget;
+      CFileBinaryStream stream(file.get());
+      PayloadFilter sub(stream, "Sub", 2, std::vector<unsigned char>(40, 3));
+      try {
+        CInnerHeaderWrapper(&sub, nullptr, L"sub").Save();
+        saved = true;
+      } catch (const CKorvaException&) {
+      }
+      qvtest::FailingFile back(file.bytes);
+      CFileBinaryStream in(back.get());
+      PayloadFilter reader(in, "Sub", 2);
+      reader.loadSize = 40;
+      qvtest::NullDeltaLogger logger;
+      // A failed save leaves either a block that is rejected or (when only the final move
+      // failed) the complete block.
+      try {
+        EXPECT_EQ(CInnerHeaderWrapper(&reader, nullptr, L"sub").Load(logger), 168);
+        EXPECT_EQ(reader.loaded, std::vector<unsigned char>(40, 3));
+      } catch (const CKorvaException&) {
+        EXPECT_FALSE(saved) << kind << " " << budget;
+      }
+    }
+  }
 }
