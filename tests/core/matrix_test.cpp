@@ -152,25 +152,6 @@ TEST(MatrixTest, Reshape_FreeResizeKeepMatrix) {
   EXPECT_EQ(h.cols(), 3);
 }
 
-TYPED_TEST(MatrixTyped, Fill_ResetDiagTrace) {
-  using T = TypeParam;
-  Matrix<T> m = Filled<T>(3, 2);
-  m.diag(Elem<T>(9));
-  EXPECT_TRUE(Same(m(0, 0), Elem<T>(9)) && Same(m(1, 1), Elem<T>(9)));
-  EXPECT_TRUE(Same(m(2, 0), Elem<T>(3))) << "off-diagonal elements stay";
-  const Vector<T> d = m.getDiag();
-  ASSERT_EQ(d.size(), 2);
-  EXPECT_TRUE(Same(d[1], Elem<T>(9)));
-  T tr = Elem<T>(9);
-  tr += Elem<T>(9);
-  EXPECT_TRUE(Same(m.trace(), tr));
-  const T r = (m = Elem<T>(4));
-  EXPECT_TRUE(Same(r, Elem<T>(4)));
-  for (int k = 0; k < 6; ++k) EXPECT_TRUE(Same(m.memory()[k], Elem<T>(4)));
-  m.reset();
-  for (int k = 0; k < 6; ++k) EXPECT_TRUE(Same(m.memory()[k], T()));
-}
-
 TYPED_TEST(MatrixTyped, Blocks_GetAsSubmatrixAndFaultTexts) {
   using T = TypeParam;
   const Matrix<T> m = Filled<T>(4, 5);
