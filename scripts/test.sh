@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 # Builds everything and runs every test: a plain tree, then the same suites under
-# AddressSanitizer + UndefinedBehaviorSanitizer, then the threaded infrastructure under
-# ThreadSanitizer. Any failure exits non-zero.
+# AddressSanitizer + UndefinedBehaviorSanitizer, then every test labelled `threads` (the
+# tests that run code on more than one thread) under ThreadSanitizer. Any failure exits
+# non-zero.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source scripts/deps.sh
@@ -28,14 +29,19 @@ ASAN_OPTIONS=detect_leaks=1:abort_on_error=1:strict_string_checks=1 \
 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
   ctest --test-dir build/asan --output-on-failure -j"$jobs"
 
-echo "== ThreadSanitizer (infrastructure)"
+echo "== ThreadSanitizer (tests labelled threads)"
 cmake -S . -B build/tsan "${common[@]}" -DQVMATH_SANITIZE=thread -DQVMATH_BUILD_TOOLS=OFF -DQVMATH_BUILD_PYTHON=OFF
-tsan_targets=$(cd tests && ls platform/*_test.cpp infra/*_test.cpp 2>/dev/null | sed 's#/#_#; s#\.cpp$##')
+# Test names are their target names; listing them needs only the configured tree.
+tsan_targets=$(ctest --test-dir build/tsan -N -L '^threads$' | sed -n 's/^ *Test *#[0-9]*: *//p')
+if [ -z "$tsan_targets" ]; then
+  echo "no test carries the threads label" >&2
+  exit 1
+fi
+# shellcheck disable=SC2086  # one target per word
 cmake --build build/tsan -j"$jobs" --target qvmath $tsan_targets
 TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 \
-  ctest --test-dir build/tsan --output-on-failure -j"$jobs" -L 'platform|infra'
-# ---- libFuzzer: a short bounded run of every fuzz target (clang, ASan + UBSan) ----
-echo "== libFuzzer targets, 20 s each"
+  ctest --test-dir build/tsan --output-on-failure -j"$jobs" -L '^threads$'
+
+echo "== libFuzzer targets, 20 s each (clang, ASan + UBSan)"
 scripts/fuzz.sh 20
-# ---- end of the libFuzzer block ----
 echo "All test suites passed."

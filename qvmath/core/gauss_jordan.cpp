@@ -2,13 +2,39 @@
 #include <qvmath/core/gauss_jordan.h>
 
 #include <cmath>
+#include <functional>
 #include <utility>
 
 namespace REmath {
 
+namespace {
+
+bool RowsFinite(double** rows, int count, int length) {
+  for (int i = 0; i < count; ++i)
+    for (int j = 0; j < length; ++j)
+      if (!std::isfinite(rows[i][j])) return false;
+  return true;
+}
+
+// True when a row of a and a row of b share memory: the elimination would then write the
+// right-hand sides into the matrix it is still reading.
+bool RowsOverlap(double** a, int n, double** b, int m) {
+  const std::less<const double*> before;
+  for (int i = 0; i < n; ++i)
+    for (int j = 0; j < n; ++j)
+      if (before(a[i], b[j] + m) && before(b[j], a[i] + n)) return true;
+  return false;
+}
+
+}  // namespace
+
 int gaussj(double** a, int n, double** b, int m) {
   constexpr int kMaxOrder = 50;
   if (n > kMaxOrder || m > kMaxOrder || n < 0 || m < 0) return -1;
+  if (m > 0 && RowsOverlap(a, n, b, m)) return -1;
+  // Infinities and NaNs make every later pivot and product meaningless (inf - inf):
+  // refused before anything is touched.
+  if (!RowsFinite(a, n, n) || !RowsFinite(b, n, m)) return 0;
   int indxc[kMaxOrder];
   int indxr[kMaxOrder];
   int ipiv[kMaxOrder];  // how often each column has served as pivot column
@@ -61,7 +87,8 @@ int gaussj(double** a, int n, double** b, int m) {
     if (indxr[l] == indxc[l]) continue;
     for (int k = 0; k < n; ++k) std::swap(a[k][indxr[l]], a[k][indxc[l]]);
   }
-  return 1;
+  // A nearly singular matrix can overflow the inverse or the solutions.
+  return RowsFinite(a, n, n) && RowsFinite(b, n, m) ? 1 : 0;
 }
 
 }  // namespace REmath

@@ -15,10 +15,13 @@ namespace REmath {
 /// met in row-major order wins. The column interchanges are undone on a at the end.
 /// @return 1 on success;
 ///         −1 when n > 50 or m > 50 (the pivot bookkeeping holds 50 entries) or n or m is
-///            negative; a and b are then untouched;
+///            negative, and when a row of a shares memory with a row of b (aliased
+///            arguments); a and b are then untouched;
 ///         −1 when a pivot is exactly zero (singular);
 ///          0 when a pivot position would be used twice (singular): this happens when no
-///            remaining candidate compares with zero, i.e. every candidate is NaN.
+///            remaining candidate compares with zero, i.e. every candidate is NaN;
+///          0 when a or b holds a NaN or an infinity (a and b untouched), and when the
+///            inverse or a solution overflows to a non-finite value (a and b transformed).
 ///         On 0 and on the singular −1, a and b are partly transformed.
 QVMATH_API int gaussj(double** a, int n, double** b, int m);
 

@@ -28,17 +28,23 @@ namespace REmath {
 /// Faults throw a `char*` to "NURBSWrongSize2D" (shapes do not match or tile),
 /// "NURBSOutOfBound2D" (block index outside the grid) or "NURBSMatrixErr" (range outside
 /// the matrix); the target is unchanged when a check fails. Access is not bounds-checked.
-/// Allocation failure throws `std::bad_alloc` (a failed `resize`/`operator=` leaves an
-/// empty 0 × 0 matrix). Integer arithmetic wraps modulo 2^bits. Thread safety: none.
+/// Allocation failure throws `std::bad_alloc` and leaves the matrix unchanged (`resize`,
+/// `resizeKeep` and `operator=` allocate before they free). Negative dimensions are taken
+/// as 0 everywhere, as for `Vector`. Integer arithmetic wraps modulo 2^bits.
+/// Thread safety: none.
 template <class T>
 class Matrix {
  public:
   /// A 1 × 1 zero matrix (not empty — deliberate, as for `Vector`).
   Matrix();
-  /// rows × cols zeros; with a dimension < 1 no storage is attached.
+  /// rows × cols zeros; with a dimension < 1 no storage is attached, and a negative
+  /// dimension is stored as 0 (Matrix(-5, 3) is 0 × 3).
   Matrix(int rows, int cols);
   /// A view: stores both pointers and fills columns[j] = data + j·rows for j = cols-1 .. 0
-  /// (a negative dimension is taken as 0).
+  /// (a negative dimension is taken as 0). Never frees either pointer itself; see `resize`
+  /// for the column-pointer array of a view whose shape changes.
+  /// @throws std::invalid_argument when columns is null and cols >= 1, or data is null and
+  ///         both dimensions are >= 1 (nothing is written through the pointers).
   Matrix(T* data, T** columns, int rows, int cols);
   /// An owning deep copy.
   Matrix(const Matrix& other);
@@ -47,6 +53,11 @@ class Matrix {
 
   /// Frees the element block if owning and the column-pointer array in any case, then
   /// attaches rows × cols zeros, owning. The contents are lost.
+  /// On a view this deletes the caller's column-pointer array with `delete[]`: a view
+  /// that may change shape (also through `operator=` from another shape) must be given an
+  /// array allocated with array new, which it takes over. A view on any other array must
+  /// keep its shape. This asymmetry is kept deliberately, for callers that hand over the
+  /// array. The new storage is allocated before anything is freed.
   void resize(int rows, int cols);
   /// `resize(other.rows(), other.cols())`.
   void resize(const Matrix& other);

@@ -72,6 +72,11 @@ Matrix<T>::Matrix(T* data, T** columns, int rows, int cols)
       m_data(data),
       m_columns(columns),
       m_owns(0) {
+  // Checked before anything is written through the caller's pointers.
+  if (m_cols > 0 && !columns)
+    throw std::invalid_argument("Matrix: a view needs a column-pointer array");
+  if (m_rows > 0 && m_cols > 0 && !data)
+    throw std::invalid_argument("Matrix: a view needs an element block");
   for (int j = m_cols - 1; j >= 0; --j) columns[j] = data + std::ptrdiff_t(j) * m_rows;
 }
 
@@ -92,6 +97,10 @@ Matrix<T>::~Matrix() {
 
 template <class T>
 void Matrix<T>::init(int rows, int cols) {
+  // Negative sizes are taken as 0, as Vector does: a matrix never reports a negative
+  // dimension, so range checks and product shapes cannot overflow or go negative.
+  rows = std::max(rows, 0);
+  cols = std::max(cols, 0);
   if (rows >= 1 && cols >= 1) {
     detail::AllocateZeroed(rows, cols, m_data, m_columns);
     m_owns = 1;
@@ -102,6 +111,8 @@ void Matrix<T>::init(int rows, int cols) {
 
 template <class T>
 void Matrix<T>::resize(int rows, int cols) {
+  // The new storage is allocated first: when that fails the matrix is unchanged.
+  Matrix fresh(rows, cols);
   // The column-pointer array goes in any case, also a view's: the caller of the view
   // constructor hands it over (allocated with array new) when it lets the matrix resize.
   if (m_owns) delete[] m_data;
@@ -109,8 +120,7 @@ void Matrix<T>::resize(int rows, int cols) {
   m_data = nullptr;
   m_columns = nullptr;
   m_owns = 0;
-  m_rows = m_cols = 0;
-  init(rows, cols);
+  swap(fresh);
 }
 
 template <class T>
@@ -134,8 +144,8 @@ void Matrix<T>::resizeKeep(int rows, int cols) {
   delete[] m_columns;
   m_data = data;
   m_columns = columns;
-  m_rows = rows;
-  m_cols = cols;
+  m_rows = r;
+  m_cols = c;
 }
 
 template <class T>

@@ -16,8 +16,12 @@
 /// needed (`Make2ArcsFillet`), an arc runs from its first to its last point the shorter way
 /// round (counter-clockwise when the two points are diametrically opposite or equal).
 ///
-/// Thread safety: the class switch `m_bArcApprox` is a process-wide, unsynchronised flag;
-/// set it before fitting on several threads. Everything else is re-entrant.
+/// Thread safety: the class switch `m_bArcApprox` is a process-wide plain `bool` (its type
+/// is part of the exported interface, so it cannot become an atomic): set it before use.
+/// The host sets it once, before any thread fits a record, and does not change it while
+/// `MakeBy3Points` may run on another thread: such a write is a data race, undefined
+/// behaviour, and a fit running meanwhile may see either value. Reading it from several
+/// threads at once is safe. Everything else is re-entrant.
 class QVMATH_API CArc2D {
  public:
   float m_cx;        ///< centre x (true arcs only)
@@ -31,6 +35,7 @@ class QVMATH_API CArc2D {
 
   /// Enables fitting of true arcs in `MakeBy3Points`. False by default, deliberately: until
   /// the host sets it, every fitted record is the straight segment between the outer points.
+  /// Set before use: see the thread-safety note above.
   static bool m_bArcApprox;
 
   /// All fields zero, straight flag 1.

@@ -12,6 +12,9 @@
 
 #include <qvmath/geometry/detail/point_triangle.h>
 
+#include <cmath>
+#include <limits>
+
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
@@ -48,7 +51,7 @@ constexpr int kEdgeRegion[3][3] = {{1, 4, 5}, {3, 4, 6}, {2, 5, 6}};
 
 template <bool kFeature>
 float PointTriangle2(const float* p, const float* A, const float* B, const float* C, int* region,
-                     float* foot) {
+                     float* foot, float& N, float& sOut) {
   // One vector per coordinate: lanes (A, B, C, p).
   const __m128 X = _mm_setr_ps(A[0], B[0], C[0], p[0]);
   const __m128 Y = _mm_setr_ps(A[1], B[1], C[1], p[1]);
@@ -78,6 +81,8 @@ float PointTriangle2(const float* p, const float* A, const float* B, const float
   // s = −(w·n)/N in lane 0 (w of lane 0 is p − A); the sign flip is exact.
   const __m128 negWn = _mm_xor_ps(Dot(wx, wy, wz, gx, gy, gz), _mm_set1_ps(-0.0f));
   const __m128 s = Broadcast<0>(_mm_div_ps(negWn, gg));
+  N = _mm_cvtss_f32(gg);
+  sOut = _mm_cvtss_f32(s);
   const __m128 qx = _mm_add_ps(Broadcast<0>(wx), _mm_mul_ps(s, Broadcast<0>(gx)));
   const __m128 qy = _mm_add_ps(Broadcast<0>(wy), _mm_mul_ps(s, Broadcast<0>(gy)));
   const __m128 qz = _mm_add_ps(Broadcast<0>(wz), _mm_mul_ps(s, Broadcast<0>(gz)));
@@ -148,19 +153,56 @@ float PointTriangle2(const float* p, const float* A, const float* B, const float
 
 template <bool kFeature>
 float PointTriangle2(const float* p, const float* A, const float* B, const float* C, int* region,
-                     float* foot) {
-  return REmath::detail::PointTriangle2Scalar(p, A, B, C, region, foot);
+                     float* foot, float& N, float& s) {
+  return REmath::detail::PointTriangle2Scalar(p, A, B, C, region, foot, &N, &s);
 }
 
 #endif
 
+// The float products overflow once the legs exceed about 4e9 (|n|² grows with the fourth
+// power of the legs), and non-finite input poisons everything. Both show as a non-finite
+// |n|², s or result, which is where the query is taken over here; a degenerate triangle
+// (|n|² exactly 0, s NaN) keeps its documented fall to the edges.
+bool NeedsCareful(float result, float N, float s) {
+  return !std::isfinite(result) || !std::isfinite(N) || (N != 0.0f && !std::isfinite(s));
+}
+
+bool AllFinite3(const float* v) {
+  return std::isfinite(v[0]) && std::isfinite(v[1]) && std::isfinite(v[2]);
+}
+
+// Non-finite input has no distance: NaN, region -1 and a NaN foot, which no real answer
+// can be mistaken for. Finite input is recomputed step by step in double (the same steps,
+// so the same feature) and rounded to float; a squared distance beyond the float range
+// becomes +inf.
+float CarefulPointTriangle2(const float* p, const float* A, const float* B, const float* C,
+                            int* region, float* foot) {
+  if (!AllFinite3(p) || !AllFinite3(A) || !AllFinite3(B) || !AllFinite3(C)) {
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    if (region) *region = -1;
+    if (foot) foot[0] = foot[1] = foot[2] = nan;
+    return nan;
+  }
+  return float(REmath::detail::PointTriangle2Scalar<double>(p, A, B, C, region, foot));
+}
+
+template <bool kFeature>
+float Query(const float* p, const float* A, const float* B, const float* C, int* region,
+            float* foot) {
+  // p is copied: the foot may alias it and is written before the careful path would read p.
+  const float pc[3] = {p[0], p[1], p[2]};
+  float N = 0, s = 0;
+  const float d2 = PointTriangle2<kFeature>(pc, A, B, C, region, foot, N, s);
+  if (NeedsCareful(d2, N, s)) return CarefulPointTriangle2(pc, A, B, C, region, foot);
+  return d2;
+}
+
 }  // namespace
 
 float distancePointTriangle2(const float* p, const float* const* tri, int& region, float* foot) {
-  return PointTriangle2<true>(p, tri[0], tri[1], tri[2], &region, foot);
+  return Query<true>(p, tri[0], tri[1], tri[2], &region, foot);
 }
 
 float distancePointTriangle2(const float* p, const REmath::Point3D* tri) {
-  return PointTriangle2<false>(p, tri[0].asArray(), tri[1].asArray(), tri[2].asArray(), nullptr,
-                               nullptr);
+  return Query<false>(p, tri[0].asArray(), tri[1].asArray(), tri[2].asArray(), nullptr, nullptr);
 }

@@ -31,15 +31,17 @@ class CExtVecFailure : public std::bad_alloc {
 [[noreturn]] void Fail() { throw CExtVecFailure(); }
 
 // A cache entry. A lock count of -1 marks a free entry, whose buffer is kept for reuse.
-// The handle given to the caller is the entry's cell, a heap cell holding the entry's
-// address: a lock dropped by a shrinking resize has its cell emptied and the entry gets
-// a new one, so a late release through the old handle finds no entry instead of
-// counting down whatever lock reuses the entry.
+// The handle given to the caller is not an address but a ticket: a number drawn from a
+// per-vector counter that never repeats (not even across clear()), stored in the entry
+// while the lock lives. A handle is found by its ticket among the live entries, so a
+// stale handle (its lock ended, its entry reused by another element, or the cache freed
+// by clear()) matches nothing and is refused instead of being dereferenced or counting
+// down someone else's lock.
 struct SCacheEntry {
   bool dirty = false;
   unsigned int index = 0;
   int lockCount = -1;
-  std::unique_ptr<SCacheEntry*> cell;
+  std::uintptr_t ticket = 0;
   std::unique_ptr<unsigned char[]> buffer;
 };
 
@@ -63,6 +65,7 @@ class FileVectorVoid final : public ExternVectorVoidInterface {
   void PositionAt(unsigned int index);
   void RefreshPosition();
   void ExtendByZeroByte(std::uint64_t bytes);
+  SCacheEntry& Live(void* handle);
   off_t Bytes(std::uint64_t elements) const {
     return static_cast<off_t>(elements * m_elementSize);
   }
@@ -73,8 +76,11 @@ class FileVectorVoid final : public ExternVectorVoidInterface {
   std::uint64_t m_positionBytes = 0;  // file position, refreshed after every file operation
   unsigned int m_positionElements = 0;
   std::FILE* m_file = nullptr;
-  std::list<SCacheEntry> m_cache;  // list nodes never move, so cells may point at them
-  std::vector<std::unique_ptr<SCacheEntry*>> m_orphanCells;  // emptied cells, kept until clear
+  std::list<SCacheEntry> m_cache;
+  // Tickets of locks ended by a shrinking resize, until clear(): releasing one does nothing.
+  std::vector<std::uintptr_t> m_droppedTickets;
+  // The last ticket handed out; 0 is never a ticket, so a null handle matches nothing.
+  std::uintptr_t m_lastTicket = 0;
 };
 
 void FileVectorVoid::CreateFile() {
@@ -159,11 +165,9 @@ void FileVectorVoid::resize(unsigned int count, const void* fill) {
   } else {
     for (SCacheEntry& entry : m_cache) {
       if (entry.lockCount < 0 || entry.index < count) continue;
-      if (entry.lockCount > 0) {
-        *entry.cell = nullptr;
-        m_orphanCells.push_back(std::move(entry.cell));
-      }
+      if (entry.lockCount > 0) m_droppedTickets.push_back(entry.ticket);
       entry.lockCount = -1;
+      entry.ticket = 0;
     }
   }
   m_size = count;
@@ -175,7 +179,7 @@ void FileVectorVoid::clear() {
   if (m_file) std::fclose(m_file);
   m_file = nullptr;
   m_cache.clear();
-  m_orphanCells.clear();
+  m_droppedTickets.clear();
   m_size = 0;
   m_capacity = 0;
   m_positionBytes = 0;
@@ -189,7 +193,7 @@ void* FileVectorVoid::lock(unsigned int index, void*& handle) {
     if (entry.lockCount >= 0) {
       if (entry.index == index) {
         ++entry.lockCount;
-        handle = entry.cell.get();
+        handle = reinterpret_cast<void*>(entry.ticket);
         return entry.buffer.get();
       }
     } else if (!freeEntry) {
@@ -198,37 +202,48 @@ void* FileVectorVoid::lock(unsigned int index, void*& handle) {
   }
   if (!freeEntry) freeEntry = &m_cache.emplace_back();
   if (!freeEntry->buffer) freeEntry->buffer.reset(new unsigned char[m_elementSize]);
-  if (!freeEntry->cell) freeEntry->cell.reset(new SCacheEntry*(freeEntry));
   PositionAt(index);
   if (std::fread(freeEntry->buffer.get(), m_elementSize, 1, m_file) != 1) Fail();
   RefreshPosition();
   freeEntry->index = index;
   freeEntry->dirty = false;
   freeEntry->lockCount = 1;
-  handle = freeEntry->cell.get();
+  freeEntry->ticket = ++m_lastTicket;
+  handle = reinterpret_cast<void*>(freeEntry->ticket);
   return freeEntry->buffer.get();
 }
 
-void* FileVectorVoid::addRef(void* handle) {
+// The live entry of a handle. The cache holds only the elements locked at once plus
+// free buffers, so the scan costs what the one in lock() costs.
+SCacheEntry& FileVectorVoid::Live(void* handle) {
   if (!handle) throw std::invalid_argument("KorvaExtVec: null handle");
-  SCacheEntry* entry = *static_cast<SCacheEntry**>(handle);
-  if (!entry || entry->lockCount <= 0) throw std::logic_error("KorvaExtVec: element is not locked");
-  ++entry->lockCount;
-  return entry->buffer.get();
+  const std::uintptr_t ticket = reinterpret_cast<std::uintptr_t>(handle);
+  for (SCacheEntry& entry : m_cache)
+    if (entry.lockCount > 0 && entry.ticket == ticket) return entry;
+  throw std::logic_error("KorvaExtVec: stale handle (its lock has ended)");
+}
+
+void* FileVectorVoid::addRef(void* handle) {
+  SCacheEntry& entry = Live(handle);
+  ++entry.lockCount;
+  return entry.buffer.get();
 }
 
 void FileVectorVoid::release(bool modified, void* handle) {
-  if (!handle) throw std::invalid_argument("KorvaExtVec: null handle");
-  SCacheEntry* entry = *static_cast<SCacheEntry**>(handle);
-  if (!entry || entry->lockCount <= 0) return;  // dropped by a shrinking resize
-  if (modified) entry->dirty = true;
-  if (--entry->lockCount > 0) return;
+  const std::uintptr_t ticket = reinterpret_cast<std::uintptr_t>(handle);
+  if (handle && std::find(m_droppedTickets.begin(), m_droppedTickets.end(), ticket) !=
+                    m_droppedTickets.end())
+    return;  // dropped by a shrinking resize
+  SCacheEntry& entry = Live(handle);
+  if (modified) entry.dirty = true;
+  if (--entry.lockCount > 0) return;
   // Freed before the write: should the write fail, the cache is still consistent.
-  entry->lockCount = -1;
-  if (!entry->dirty) return;
-  entry->dirty = false;
-  PositionAt(entry->index);
-  if (std::fwrite(entry->buffer.get(), m_elementSize, 1, m_file) != 1) Fail();
+  entry.lockCount = -1;
+  entry.ticket = 0;
+  if (!entry.dirty) return;
+  entry.dirty = false;
+  PositionAt(entry.index);
+  if (std::fwrite(entry.buffer.get(), m_elementSize, 1, m_file) != 1) Fail();
   RefreshPosition();
 }
 

@@ -35,7 +35,10 @@ namespace KorvaExtVec {
 ///
 /// Ownership: the caller owns the vector (delete through the virtual destructor); buffers
 /// returned by `lock` belong to the vector and stay valid while the element is locked.
-/// A handle is valid from its `lock` to the release that ends the element's last lock.
+/// A handle is valid from its `lock` to the release that ends the element's last lock (or
+/// to a `clear()`). Handles are never reused within one vector, also across `clear()`: a
+/// stale handle is detected and refused with `std::logic_error` by `addRef` and `release`,
+/// never confused with a later lock that reuses the same cache buffer.
 /// Not copyable. Thread safety: none; one thread at a time uses a vector.
 /// Virtual operations in slot order: the destructor, `reserve`, `resize`, `size`,
 /// `capacity`, `clear`, `lock`, `addRef`, `release`.
@@ -72,14 +75,15 @@ class QVMATH_API ExternVectorVoidInterface {
   virtual void* lock(unsigned int index, void*& handle) = 0;
   /// Adds one lock to the element of `handle`, which must be locked.
   /// @return the element's buffer.
-  /// @throws std::invalid_argument for a null handle; std::logic_error when the element
-  ///         is no longer locked.
+  /// @throws std::invalid_argument for a null handle; std::logic_error("KorvaExtVec: stale
+  ///         handle (its lock has ended)") when the handle's lock has ended.
   virtual void* addRef(void* handle) = 0;
   /// Ends one lock of the element of `handle`; `modified` marks the buffer for
   /// write-back. The last release of a marked element writes it to the file. Releasing a
   /// lock dropped by a shrinking `resize` does nothing.
-  /// @throws std::invalid_argument for a null handle; std::bad_alloc when the write-back
-  ///         fails (the element's lock has ended all the same).
+  /// @throws std::invalid_argument for a null handle; std::logic_error as `addRef` for a
+  ///         stale handle (nothing changes); std::bad_alloc when the write-back fails (the
+  ///         element's lock has ended all the same).
   virtual void release(bool modified, void* handle) = 0;
 
  protected:

@@ -74,6 +74,7 @@ std::int64_t CInnerHeaderWrapper::OnSave() {
   const std::string mark = m_sub->GetBlockMark();
   std::memcpy(header + kMarkOffset, mark.data(), std::min<std::size_t>(mark.size(), kMarkSize - 1));
   m_stream->writeData(kHeaderSize, header);
+  const std::int64_t start = m_stream->getPosition();
 
   const std::int64_t n = m_sub->Save();
   if (n < 0 || n > kMaxPayload) {
@@ -81,6 +82,14 @@ std::int64_t CInnerHeaderWrapper::OnSave() {
                           "' wrote " + std::to_string(n) +
                           " bytes; an inner header records at most " +
                           std::to_string(kMaxPayload) + ". Its length stays unset (-1).");
+  }
+  // The patch moves back by the count the filter returned: a count that disagrees with
+  // what it wrote would put the length inside the header or the payload.
+  const std::int64_t end = m_stream->getPosition();
+  if (start >= 0 && end >= 0 && end - start != n) {
+    throw CKorvaException("CInnerHeaderWrapper: the component '" + m_sub->GetBlockMark() +
+                          "' reported " + std::to_string(n) + " bytes but wrote " +
+                          std::to_string(end - start) + ". Its length stays unset (-1).");
   }
   unsigned char length[8];
   PutLE(length, static_cast<std::uint64_t>(n), 8);
@@ -101,11 +110,25 @@ std::int64_t CInnerHeaderWrapper::OnLoad(IDeltaStateLogger& logger) {
   const std::string mark = GetText(header + kMarkOffset, kMarkSize);
 
   if (m_sub && m_sub->GetBlockMark() == mark && m_sub->GetVersion() == version) {
+    const std::int64_t start = m_stream->getPosition();
     const std::int64_t n = m_sub->Load(logger);
     if (n != length) throw CUnknownFormatError();
+    const std::int64_t end = m_stream->getPosition();
+    if (start >= 0 && end >= 0 && end - start != n) throw CUnknownFormatError();
     return n + kHeaderSize;
   }
-  m_stream->skipReadData(static_cast<std::int32_t>(length));
+  // A file stream moves past its end without complaint, so the skip stops one byte short
+  // and reads the payload's last byte: a block cut short by the end of the stream is a
+  // format error, not a success.
+  if (length > 0) {
+    m_stream->skipReadData(static_cast<std::int32_t>(length - 1));
+    unsigned char last;
+    try {
+      m_stream->readData(1, &last);
+    } catch (const CKorvaException&) {
+      throw CUnknownFormatError();
+    }
+  }
   detail::LogSkippedComponent(m_log, m_name);
   return length + kHeaderSize;
 }

@@ -30,7 +30,9 @@ namespace KvF {
 /// payload; returns length + 128. The moves use the stream's 32-bit relative skip, so a
 /// payload is limited to `getMaxPayloadSize()` bytes (2 GiB minus 129): a larger one
 /// throws `CKorvaException` after the payload and leaves the length at -1, so the block
-/// is rejected on load instead of being misread.
+/// is rejected on load instead of being misread. Where the stream reports positions
+/// (`getPosition() >= 0`), the count the wrapped filter returns must equal the bytes it
+/// wrote, else `CKorvaException` is thrown before the patch, again leaving the length -1.
 ///
 /// Load: reads the header. It is recognised when the magic matches (compared as
 /// zero-terminated text) and 0 <= length <= `getMaxPayloadSize()` (a longer payload is
@@ -38,10 +40,13 @@ namespace KvF {
 /// -1 of an interrupted save. If the wrapped filter's block mark equals the header's
 /// (exactly: a mark longer than 29 characters was cut on save and therefore never
 /// matches, and such blocks are skipped) and its version equals the header's, the
-/// wrapped filter loads; it must consume exactly the recorded length, else
-/// `CUnknownFormatError`. Otherwise (no wrapped filter, another mark or version) the
-/// payload is skipped and the component name logged with `kSaveLoadLogSkipped` (when a
-/// log is set and the name is not empty). Returns length + 128 in both cases.
+/// wrapped filter loads; it must return exactly the recorded length (and, where the
+/// stream reports positions, have moved the stream by it), else `CUnknownFormatError`.
+/// Otherwise (no wrapped filter, another mark or version) the payload is skipped and the
+/// component name logged with `kSaveLoadLogSkipped` (when a log is set and the name is not
+/// empty). The skip moves length - 1 bytes and reads the last payload byte, so a payload
+/// cut short by the end of the stream throws `CUnknownFormatError` (a file stream would
+/// otherwise move past its end without complaint). Returns length + 128 in both cases.
 ///
 /// Stream failures pass through as the stream's `CKorvaException`; nothing is repaired,
 /// the stream position is wherever the failing operation left it.

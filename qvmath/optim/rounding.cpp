@@ -35,6 +35,8 @@ constexpr BoundaryRow kBoundaryRows[] = {
 };
 constexpr BoundaryRow kLastRow = {0.0, 10.0, 5.0, 5};
 
+constexpr int kMaxSignificantDigits = 16;
+
 }  // namespace
 
 int rndtoni(double x) {
@@ -44,13 +46,24 @@ int rndtoni(double x) {
   return static_cast<int>(r);
 }
 
-void mulrnd(double f, int* v) { *v = rndtoni(*v * f); }
+void mulrnd(double f, int* v) {
+  const double r = RoundHalfUp(*v * f);
+  if (std::isnan(r)) return;
+  // Saturate rather than wrap: a scaled size or pixel count must not change sign.
+  *v = r >= double(INT_MAX) ? INT_MAX : r <= double(INT_MIN) ? INT_MIN : static_cast<int>(r);
+}
 
-double fRound2(double x) { return rndtoni(x * 100.0) * 0.01; }
+// Rounded in double with the tie rule of rndtoni: within the int range this is exactly
+// rndtoni(x·100)·0.01, beyond it the value is not clipped, and NaN and infinities pass.
+double fRound2(double x) { return RoundHalfUp(x * 100.0) * 0.01; }
 
 double fRoundN(double x, int n) {
+  if (!std::isfinite(x)) return x;
   if (std::fabs(x) < 1e-30) return 0.0;
   if (n < 0) n = 0;
+  // 17 significant digits are all a double holds: from n = 16 on the scaled mantissa
+  // exceeds 2^53, is already integral, and rounding removes nothing.
+  if (n >= kMaxSignificantDigits) return x;
   const double s = x < 0 ? -1.0 : 1.0;
   double m = std::fabs(x);
   double q = 1.0;
@@ -58,16 +71,22 @@ double fRoundN(double x, int n) {
   while (m < 1.0) m *= 10.0, q *= 0.1;
   m = ScaleInBlocks(m, n, true);
   const double r = RoundHalfUp(m);
-  return ScaleInBlocks(r * s * q, n, false);
+  const double result = ScaleInBlocks(r * s * q, n, false);
+  if (std::isfinite(result)) return result;
+  // r·q overflowed for x near the top of the range: scale the digits down first.
+  const double late = ScaleInBlocks(r * s, n, false) * q;
+  return std::isfinite(late) ? late : x;  // a rounded value beyond the range: x as it is
 }
 
 double fRound4(double x) { return fRoundN(x, 4); }
 
 void scaleDouble(double& x, int n) {
+  // Once x is 0, infinite or NaN, further factors cannot change it: stopping there bounds
+  // the loop for any n (INT_MIN included, which is not negated).
   if (n >= 1) {
-    for (int k = 0; k < n; ++k) x *= 10.0;
+    for (int k = 0; k < n && std::isfinite(x) && x != 0.0; ++k) x *= 10.0;
   } else {
-    for (int k = 0; k < -n; ++k) x *= 0.1;
+    for (int k = n; k < 0 && std::isfinite(x) && x != 0.0; ++k) x *= 0.1;
   }
 }
 
@@ -92,10 +111,12 @@ void roundBoundary(double& x, double& bound, double& step, int& kind, int& e) {
       row = &r;
       break;
     }
+  double b = row->bound, st = row->step;
+  scaleDouble(b, exponent);
+  scaleDouble(st, exponent);
+  if (!std::isfinite(b)) throw std::domain_error("roundBoundary: the boundary exceeds the double range");
   e = exponent;
   kind = row->kind;
-  bound = row->bound;
-  step = row->step;
-  scaleDouble(bound, exponent);
-  scaleDouble(step, exponent);
+  bound = b;
+  step = st;
 }

@@ -12,10 +12,15 @@
 ///         (the "integer indefinite" value that the processor's conversion produces).
 QVMATH_API int rndtoni(double x);
 
-/// *v = rndtoni(*v · f).
+/// *v = rndtoni(*v · f) for products within the int range.
+/// Out of range: a product beyond the int range saturates to INT_MAX or INT_MIN, and a NaN
+/// product (f NaN) leaves *v unchanged.
 QVMATH_API void mulrnd(double f, int* v);
 
 /// rndtoni(x·100)·0.01 — a multiplication by 0.01, not a division by 100, deliberately.
+/// The rounding is done in double with the same tie rule, so |x·100| beyond the int range
+/// is rounded as well instead of collapsing to INT_MIN·0.01 (fRound2(1e8) is 1e8); NaN and
+/// infinities are returned as they are.
 QVMATH_API double fRound2(double x);
 
 /// x rounded to n + 1 significant decimal digits, ties upward: fRoundN(123.456, 2) is 123,
@@ -23,6 +28,11 @@ QVMATH_API double fRound2(double x);
 /// repeated multiplications (by 10 or 0.1, 1e8 or 1e-8 for blocks of eight digits), so the
 /// result carries their rounding error; it is not the nearest double to the decimal value.
 /// n < 0 is treated as 0.
+/// Out of range: NaN and infinities are returned at once, unchanged. For n >= 16 (more than
+/// the 17 significant digits a double holds) x is returned unchanged. Near the top of the
+/// double range, where r·10^e would overflow, the digits are scaled down before the decimal
+/// exponent is applied; a rounded value beyond the largest double returns x unchanged
+/// (fRound4(DBL_MAX) is DBL_MAX).
 QVMATH_API double fRoundN(double x, int n);
 
 /// fRoundN(x, 4): five significant digits (3.14159265 gives 3.1416).
@@ -30,6 +40,8 @@ QVMATH_API double fRound4(double x);
 
 /// x·10^n by repeated multiplication: by 10.0 n times for n >= 1, by 0.1 (-n) times for
 /// n <= 0. Never through pow; the rounding error of the repeated products is accepted.
+/// The loop stops once x is 0, infinite or NaN (no further factor changes it), so any n,
+/// INT_MIN and INT_MAX included, returns promptly.
 QVMATH_API void scaleDouble(double& x, int n);
 
 /// Decimal exponent e and mantissa of x > 0: L = log10(x·0.99999999), e = L truncated toward
@@ -46,5 +58,7 @@ QVMATH_API double getScale(double x, int& e);
 /// value, 1, 2), otherwise (10, 5, 5); bound and step are scaled back by 10^e with
 /// scaleDouble. The kind 1 of the 1.4 row, where its neighbours have 2, is kept as it is.
 /// Example: x = 0.13 gives bound 0.14, step 0.02, kind 1, e = -1.
-/// @throws std::domain_error as getScale; the outputs are then untouched.
+/// @throws std::domain_error as getScale, and ("roundBoundary: the boundary exceeds the
+///         double range") when the boundary is beyond the largest double (x above about
+///         1e308); the outputs are then untouched.
 QVMATH_API void roundBoundary(double& x, double& bound, double& step, int& kind, int& e);

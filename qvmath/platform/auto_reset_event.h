@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include <qvmath/platform/export.h>
 
@@ -13,8 +14,12 @@ constexpr std::uint32_t kKorvaInfinite = 0xFFFFFFFFu;
 /// An auto-reset event. `Set` signals it; a successful wait consumes the signal, so one
 /// `Set` releases exactly one waiter (or the next wait, if nobody is waiting). Setting
 /// an already signalled event changes nothing. Not copyable.
-/// Thread safety: every operation may be called from any thread. The waits of all events
-/// share one process-wide condition, which is what lets a thread wait on several at once.
+/// Thread safety: every operation may be called from any thread. Each waiting thread sleeps
+/// on its own condition, registered with the events it waits for: `Set` wakes only the
+/// waiters of its own event. The signal flags and registrations of all events are guarded
+/// by one process-wide mutex, held for a few instructions at a time, which makes the test
+/// and consumption of `WaitAny` one atomic step. Waiting registers the waiter in a list
+/// of the event whose capacity is kept, so repeated waits do not allocate.
 class QVMATH_API CKorvaAutoResetEvent {
  public:
   /// @param[in] signalled the initial state.
@@ -23,7 +28,7 @@ class QVMATH_API CKorvaAutoResetEvent {
   CKorvaAutoResetEvent(const CKorvaAutoResetEvent&) = delete;
   CKorvaAutoResetEvent& operator=(const CKorvaAutoResetEvent&) = delete;
 
-  /// Signals the event and wakes one waiter.
+  /// Signals the event and wakes its waiters (one of them consumes the signal).
   void Set();
   /// Clears the signal.
   void Reset();
@@ -41,5 +46,10 @@ class QVMATH_API CKorvaAutoResetEvent {
                      std::uint32_t timeoutMs = kKorvaInfinite);
 
  private:
+  struct CWaiter;
+  void Register(CWaiter* w);
+  void Unregister(CWaiter* w);
+
   bool m_signalled;
+  std::vector<CWaiter*> m_waiters;  ///< threads now waiting for this event
 };

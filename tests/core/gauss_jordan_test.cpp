@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <vector>
 
@@ -102,4 +103,34 @@ TEST(GaussJordanTest, Degenerate_SingularMatricesNeverSucceed) {
   for (int i = 0; i < 2; ++i)
     for (int j = 0; j < 2; ++j) a(i, j) = std::numeric_limits<double>::quiet_NaN();
   EXPECT_EQ(gaussj(a.rows(), 2, b.rows(), 1), 0);
+}
+
+// Infinite input used to report success; a and b sharing rows used to be eliminated into
+// each other.
+TEST(GaussJordanTest, Regression_NonFiniteAndAliasedInputRefused) {
+  const double inf = std::numeric_limits<double>::infinity();
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  struct Case {
+    double a00, b0;
+    int expected;
+    bool untouched;
+  } cases[] = {{inf, 1, 0, true}, {nan, 1, 0, true}, {2, -inf, 0, true}, {1e-310, 1e10, 0, false}};
+  for (const Case& c : cases) {
+    RowMat<double> a(2), b(2, 1);
+    a(0, 0) = c.a00, a(1, 1) = 1, b(0, 0) = c.b0, b(1, 0) = 1;
+    const RowMat<double> a0(a), b0(b);
+    EXPECT_EQ(gaussj(a.rows(), 2, b.rows(), 1), c.expected) << c.a00 << " " << c.b0;
+    if (c.untouched) {
+      EXPECT_EQ(std::memcmp(a.data().data(), a0.data().data(), 4 * sizeof(double)), 0);
+      EXPECT_EQ(std::memcmp(b.data().data(), b0.data().data(), 2 * sizeof(double)), 0);
+    }
+  }
+  RowMat<double> a(2);
+  a(0, 0) = 2, a(1, 1) = 4;
+  const RowMat<double> a0(a);
+  EXPECT_EQ(gaussj(a.rows(), 2, a.rows(), 2), -1);
+  EXPECT_EQ(a.data(), a0.data());
+  RowMat<double> b(2);
+  double* shared[2] = {b.rows()[0], a.rows()[1]};
+  EXPECT_EQ(gaussj(a.rows(), 2, shared, 2), -1);
 }

@@ -6,6 +6,7 @@
 #include <Eigen/Dense>
 
 #include <cmath>
+#include <limits>
 
 #include "test_util.h"
 
@@ -119,4 +120,41 @@ TEST(InverseMatTest, Degenerate_SingularAndMisshapenInputs) {
   Matrix<double> e0(0, 0);
   EXPECT_TRUE(REmath::inverseMat(e0, keep));
   EXPECT_EQ(keep.rows(), 0);
+}
+
+// X aliasing A used to reshape A before the factorisation read it (heap corruption).
+TYPED_TEST(SolveMatTest, Regression_AliasedArguments) {
+  using T = TypeParam;
+  Matrix<T> A(3, 3), B(3, 1);
+  for (int i = 0; i < 3; ++i) A(i, i) = T(2), B(i, 0) = T(i + 1);
+  EXPECT_TRUE(REmath::solveMat(A, B, A));
+  ASSERT_EQ(A.rows(), 3);
+  ASSERT_EQ(A.cols(), 1);
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(A(i, 0), T(i + 1) / T(2));
+  Matrix<T> C(2, 2);
+  C(0, 0) = T(4), C(1, 1) = T(8), C(0, 1) = T(1);
+  Matrix<T> expected(2, 2), scratch(C);
+  expected(0, 0) = T(1), expected(1, 1) = T(1);
+  EXPECT_TRUE(REmath::solveMat(scratch, C, C));  // X is B: C becomes the identity
+  EXPECT_TRUE(C == expected);
+}
+
+// NaN or infinite input, or an overflowing solution, used to report success.
+TYPED_TEST(SolveMatTest, Regression_NonFiniteInputOrSolutionIsFailure) {
+  using T = TypeParam;
+  const T inf = std::numeric_limits<T>::infinity(), nan = std::numeric_limits<T>::quiet_NaN();
+  const T small = std::numeric_limits<T>::min(), big = std::numeric_limits<T>::max();
+  // (a, b) of the 1 × 1 system a·x = b; the last one overflows in the solution.
+  const T cases[][2] = {{nan, 1}, {inf, 1}, {1, inf}, {1, nan}, {small, big}};
+  for (const auto& c : cases) {
+    Matrix<T> A(1, 1), B(1, 1), X;
+    A(0, 0) = c[0];
+    B(0, 0) = c[1];
+    EXPECT_FALSE(REmath::solveMat(A, B, X)) << c[0] << " " << c[1];
+  }
+  Matrix<double> A(1, 1), Ainv;
+  A(0, 0) = std::numeric_limits<double>::quiet_NaN();
+  EXPECT_FALSE(REmath::inverseMat(A, Ainv));
+  A(0, 0) = 1e-310;  // the inverse overflows
+  EXPECT_FALSE(REmath::inverseMat(A, Ainv));
 }

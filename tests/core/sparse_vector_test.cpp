@@ -10,6 +10,7 @@
 #include <cstring>
 #include <vector>
 
+#include "failing_file.h"
 #include "test_util.h"
 
 using REmath::CSparseVector;
@@ -171,4 +172,33 @@ TEST(SparseVectorTest, Format_TruncatedAndCorruptFilesFail) {
   EXPECT_TRUE(Saved(broken, ok).empty());
   EXPECT_FALSE(ok);
   EXPECT_EQ(broken.GetElement(2), 0.0);  // the lookup never reads past the shorter list
+}
+
+// Every failing read or write of the file, wherever it falls, gives false; a failed load
+// leaves an empty, consistent vector; the first budget that suffices gives the full result.
+TEST(SparseVectorTest, Failure_InjectedFileFailures) {
+  const double dense[] = {0, 2.5, 0, -1, 7};
+  const CSparseVector v(5, dense);
+  bool saved = false;
+  for (int budget = 0; !saved; ++budget) {
+    ASSERT_LT(budget, 100);
+    qvtest::FailingFile file;
+    file.writes = budget;
+    saved = v.SaveToFile(file.get());
+    if (saved) {
+      EXPECT_EQ(file.bytes, Image(5, {0, 1, 2, 3, 4}, {0, 2.5, 0, -1, 7}));
+    }
+  }
+  bool loaded = false;
+  for (int budget = 0; !loaded; ++budget) {
+    ASSERT_LT(budget, 100);
+    qvtest::FailingFile file(Image(5, {0, 1, 2, 3, 4}, {0, 2.5, 0, -1, 7}));
+    file.reads = budget;
+    CSparseVector w(v);
+    loaded = w.LoadFromFile(file.get());
+    EXPECT_EQ(w.GetNOfNonZeroElements(), loaded ? 5 : 0) << budget;
+    if (loaded) {
+      EXPECT_EQ(w.GetElement(4), 7.0);
+    }
+  }
 }

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "core/vecmat_test_util.h"
+#include "failing_alloc.h"
 #include "test_util.h"
 
 using qvtest::Elem;
@@ -18,27 +19,6 @@ using REmath::HPoint3D_d;
 using REmath::Point3D;
 using REmath::Point3D_d;
 using REmath::Vector;
-
-// Array new/delete of this test program go through malloc/free so that a test can make
-// the next nothrow array allocation fail: the only way to reach resize's -1 result
-// deterministically. The library's allocations resolve to these replacements too.
-namespace {
-int g_failNothrowArrayNews = 0;
-}  // namespace
-void* operator new[](std::size_t n) {
-  if (void* p = std::malloc(n ? n : 1)) return p;
-  throw std::bad_alloc();
-}
-void* operator new[](std::size_t n, const std::nothrow_t&) noexcept {
-  if (g_failNothrowArrayNews > 0) {
-    --g_failNothrowArrayNews;
-    return nullptr;
-  }
-  return std::malloc(n ? n : 1);
-}
-void operator delete[](void* p) noexcept { std::free(p); }
-void operator delete[](void* p, std::size_t) noexcept { std::free(p); }
-void operator delete[](void* p, const std::nothrow_t&) noexcept { std::free(p); }
 
 namespace {
 
@@ -145,18 +125,18 @@ TYPED_TEST(VectorTyped, Resize_AllocationFailureLeavesVectorUnchanged) {
   using T = TypeParam;
   auto mem = Samples<T>(3);
   Probe<T> v(mem.data(), 3);
-  g_failNothrowArrayNews = 1;
+  qvtest::g_failArrayNews = 1;
   EXPECT_EQ(v.resize(50), -1);
-  g_failNothrowArrayNews = 0;
+  qvtest::g_failArrayNews = 0;
   EXPECT_EQ(v.size(), 3);
   EXPECT_EQ(v.capacity(), 3);
   EXPECT_EQ(v.memory(), mem.data());
   EXPECT_FALSE(v.owns());
   // Callers without a result to report it in throw instead of writing past the block.
   Vector<T> big(40);
-  g_failNothrowArrayNews = 1;
+  qvtest::g_failArrayNews = 1;
   EXPECT_THROW(v = big, std::bad_alloc);
-  g_failNothrowArrayNews = 0;
+  qvtest::g_failArrayNews = 0;
   EXPECT_EQ(v.size(), 3);
 }
 

@@ -216,3 +216,40 @@ TEST(DistPointTriangleTest, Properties_TranslationInvariance) {
 }
 
 }  // namespace
+
+// Legs above about 4e9 used to overflow the float products and return NaN labelled as the
+// face; a NaN point used to get region 5 with foot B.
+TEST(DistPointTriangleTest, Regression_HugeAndNonFiniteInput) {
+  for (const double scale : {1e9, 1e10, 1e15, 1e18}) {
+    for (const auto& pd : {V3{0.25, 0.25, 2.0}, V3{3.0, -1.0, 0.5}, V3{-1.0, -1.0, -1.0}}) {
+      const float pf[3] = {float(pd[0] * scale), float(pd[1] * scale), float(pd[2] * scale)};
+      const float af[3] = {0, 0, 0}, bf[3] = {float(scale), 0, 0}, cf[3] = {0, float(scale), 0};
+      const V3 a{0, 0, 0}, b{bf[0], 0, 0}, c{0, cf[1], 0}, p{pf[0], pf[1], pf[2]};
+      const float* tri[3] = {af, bf, cf};
+      int region = -7;
+      float foot[3];
+      const float d2 = distancePointTriangle2(pf, tri, region, foot);
+      const double expected = CgalDist2(p, a, b, c);
+      EXPECT_NEAR(d2, expected, 1e-5 * expected) << scale;
+      EXPECT_EQ(region, BruteRegion(p, a, b, c)) << scale;
+      EXPECT_NEAR(qvtest::Dist2(V3{foot[0], foot[1], foot[2]}, p), expected, 1e-5 * expected);
+      const Point3D pts[3] = {Point3D(af[0], af[1], af[2]), Point3D(bf[0], bf[1], bf[2]),
+                              Point3D(cf[0], cf[1], cf[2])};
+      EXPECT_EQ(distancePointTriangle2(pf, pts), d2);
+    }
+  }
+  const float nan = std::nanf(""), inf = INFINITY;
+  const float a[3] = {0, 0, 0}, b[3] = {1, 0, 0}, c[3] = {0, 1, 0}, ok[3] = {0.2f, 0.2f, 1};
+  const float bad[][3] = {{nan, 0, 0}, {0, inf, 0}, {0, 0, -inf}};
+  for (const auto& x : bad) {
+    const float* tris[][3] = {{a, b, c}, {x, b, c}, {a, x, c}, {a, b, x}};
+    for (int k = 0; k < 4; ++k) {
+      int region = 0;
+      float foot[3] = {0, 0, 0};
+      const float d2 = distancePointTriangle2(k == 0 ? x : ok, tris[k], region, foot);
+      EXPECT_TRUE(std::isnan(d2)) << k;
+      EXPECT_EQ(region, -1) << k;
+      EXPECT_TRUE(std::isnan(foot[0]) && std::isnan(foot[1]) && std::isnan(foot[2])) << k;
+    }
+  }
+}

@@ -14,6 +14,7 @@
 #include <qvmath/platform/korva_exception.h>
 #include <qvmath/platform/temp_file.h>
 
+#include "failing_file.h"
 #include "test_util.h"
 
 namespace {
@@ -146,4 +147,19 @@ TEST(FileWrapCloseTest, Ownership_ClosesOnceOnReleaseOrDestruction) {
   owner.release();  // nothing left to close
   CFileWrapClose empty(nullptr);
   empty.release();
+}
+
+// Failing reads, seeks and writes of the underlying file give the documented texts and
+// leave the bytes already in the file as they were.
+TEST(FileBinaryStreamTest, Failure_InjectedFileFailures) {
+  qvtest::FailingFile file({1, 2, 3, 4, 5, 6, 7, 8});
+  CFileBinaryStream stream(file.get());
+  unsigned char buf[4];
+  file.reads = 0;
+  EXPECT_EQ(KorvaText([&] { stream.readData(4, buf); }), kReadText);
+  file.seeks = 0;
+  EXPECT_EQ(KorvaText([&] { stream.skipReadData(2); }), kReadText);
+  file.writes = 0;
+  EXPECT_EQ(KorvaText([&] { stream.writeData(3, buf); }), kWriteText);
+  EXPECT_EQ(file.bytes, (std::vector<unsigned char>{1, 2, 3, 4, 5, 6, 7, 8}));
 }

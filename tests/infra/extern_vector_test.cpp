@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <map>
 #include <memory>
 #include <new>
@@ -15,12 +16,51 @@
 #include <vector>
 
 #include <dirent.h>
-#include <signal.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
+#include <dlfcn.h>
 #include <unistd.h>
 
 #include "test_util.h"
+
+// A shim over the stdio calls of the library: this program's definitions take precedence
+// over the C library's for every caller in the process, and forward to the next definition
+// (the C library's, or a sanitizer's) until a test arms a failure. g_budget[kind] is the
+// number of calls of that kind that still succeed (-1: unlimited).
+namespace {
+enum StdioKind { kSeek, kRead, kWrite, kFlush, kTell, kKinds };
+int g_budget[kKinds] = {-1, -1, -1, -1, -1};
+bool Fails(StdioKind kind) {
+  if (g_budget[kind] < 0) return false;
+  if (g_budget[kind] == 0) return true;  // stays failing until the test disarms it
+  --g_budget[kind];
+  return false;
+}
+template <class F>
+F Next(const char* name) {
+  return reinterpret_cast<F>(dlsym(RTLD_NEXT, name));
+}
+}  // namespace
+extern "C" {
+int fseeko(FILE* f, off_t offset, int whence) {
+  static auto next = Next<int (*)(FILE*, off_t, int)>("fseeko");
+  return Fails(kSeek) ? (errno = EIO, -1) : next(f, offset, whence);
+}
+off_t ftello(FILE* f) {
+  static auto next = Next<off_t (*)(FILE*)>("ftello");
+  return Fails(kTell) ? (errno = EIO, -1) : next(f);
+}
+size_t fread(void* buf, size_t size, size_t n, FILE* f) {
+  static auto next = Next<size_t (*)(void*, size_t, size_t, FILE*)>("fread");
+  return Fails(kRead) ? 0 : next(buf, size, n, f);
+}
+size_t fwrite(const void* buf, size_t size, size_t n, FILE* f) {
+  static auto next = Next<size_t (*)(const void*, size_t, size_t, FILE*)>("fwrite");
+  return Fails(kWrite) ? 0 : next(buf, size, n, f);
+}
+int fflush(FILE* f) {
+  static auto next = Next<int (*)(FILE*)>("fflush");
+  return Fails(kFlush) ? (errno = EIO, EOF) : next(f);
+}
+}
 
 using KorvaExtVec::CreateExternVectorVoid;
 using KorvaExtVec::ExternVectorVoidInterface;
@@ -344,45 +384,62 @@ TEST_F(ExternVectorTest, Misuse_IndexAndHandleErrors) {
   EXPECT_THROW(v->addRef(h), std::logic_error);  // no longer locked
 }
 
-TEST_F(ExternVectorTest, Failure_FullDiskIsBadAlloc) {
-  // A child process with a file-size limit stands in for a full disk; SIGXFSZ is ignored
-  // so that the write fails with EFBIG instead of killing the process.
-  const pid_t pid = fork();
-  ASSERT_GE(pid, 0);
-  if (pid == 0) {
-    signal(SIGXFSZ, SIG_IGN);
-    const rlimit limit{64 * 1024, 64 * 1024};
-    if (setrlimit(RLIMIT_FSIZE, &limit) != 0) _exit(10);
-    int code = 0;
-    ExternVectorVoidInterface* v = CreateExternVectorVoid(4096);
-    const Bytes fill(4096, 5);
-    try {
-      v->resize(8, fill.data());  // 32 KiB: fits
-    } catch (...) {
-      code = 11;
-    }
-    if (code == 0) {
-      try {
-        v->resize(40, fill.data());  // 160 KiB: beyond the limit
-        code = 12;
-      } catch (const std::bad_alloc&) {
-        code = 0;
-      } catch (...) {
-        code = 13;
+// A handle used after clear() used to read a freed cell; a stale handle whose cell had been
+// reused used to release another caller's lock.
+TEST_F(ExternVectorTest, Regression_StaleHandlesAreRefused) {
+  std::unique_ptr<ExternVectorVoidInterface> v(CreateExternVectorVoid(8));
+  v->resize(4, nullptr);
+  void *h = nullptr, *h2 = nullptr, *h3 = nullptr;
+  v->lock(1, h);
+  v->release(false, h);
+  v->lock(2, h2);
+  EXPECT_NE(h2, h) << "a new lock gets a new handle";
+  EXPECT_THROW(v->release(false, h), std::logic_error);
+  EXPECT_THROW(v->addRef(h), std::logic_error);
+  EXPECT_EQ(v->addRef(h2), v->lock(2, h3));  // the live lock is untouched: count 3
+  v->release(false, h2);
+  v->release(false, h2);
+  v->release(false, h2);
+  EXPECT_THROW(v->release(false, h2), std::logic_error);
+  v->lock(1, h);
+  v->clear();
+  EXPECT_THROW(v->release(true, h), std::logic_error);
+  v->resize(4, nullptr);
+  v->lock(0, h3);
+  EXPECT_THROW(v->release(true, h), std::logic_error);
+  v->release(false, h3);
+}
+
+// Every failing seek, read, write, flush or position query inside a growth, a lock or a
+// write-back throws std::bad_alloc; the elements written before stay intact, the size does
+// not change, and the vector is discarded without leaking or leaving a file.
+TEST_F(ExternVectorTest, Failure_InjectedStdioFailures) {
+  const Bytes a(8, 0xA5), b(8, 0x5B);
+  const std::function<void(ExternVectorVoidInterface&)> ops[] = {
+      [&](ExternVectorVoidInterface& v) { v.resize(40, b.data()); },
+      [&](ExternVectorVoidInterface& v) { v.reserve(100); },
+      [&](ExternVectorVoidInterface& v) {
+        void* h = nullptr;
+        std::memcpy(v.lock(2, h), a.data(), 8);  // rewrites the same bytes
+        v.release(true, h);
+      }};
+  for (const auto& op : ops) {
+    for (int kind = 0; kind < kKinds; ++kind) {
+      bool done = false;
+      for (int budget = 0; !done; ++budget) {
+        ASSERT_LT(budget, 200);
+        std::unique_ptr<ExternVectorVoidInterface> v(CreateExternVectorVoid(8));
+        v->resize(4, a.data());
+        g_budget[kind] = budget;
+        try {
+          op(*v);
+          done = true;
+        } catch (const std::bad_alloc&) {
+          EXPECT_EQ(v->size(), 4u);
+        }
+        g_budget[kind] = -1;
+        for (unsigned int i = 0; i < 4; ++i) EXPECT_EQ(Read(*v, i, 8), a) << kind << " " << budget;
       }
     }
-    // A failed vector is discarded without further trouble.
-    delete v;
-    std::unique_ptr<ExternVectorVoidInterface> w(CreateExternVectorVoid(1));
-    try {
-      w->reserve(1 << 20);
-      if (code == 0) code = 14;
-    } catch (const std::bad_alloc&) {
-    }
-    _exit(code);
   }
-  int status = 0;
-  ASSERT_EQ(waitpid(pid, &status, 0), pid);
-  ASSERT_TRUE(WIFEXITED(status)) << "child died, status " << status;
-  EXPECT_EQ(WEXITSTATUS(status), 0);
 }

@@ -16,6 +16,7 @@
 
 #include <unistd.h>
 
+#include "failing_file.h"
 #include "infra/stream_test_util.h"
 #include "test_util.h"
 
@@ -277,5 +278,73 @@ TEST(InnerHeaderWrapperTest, Limit_PayloadMustFitTheRelativeSkip) {
     ClaimFilter sub(stream, n);
     EXPECT_THROW(CInnerHeaderWrapper(&sub, nullptr, L"").Save(), CKorvaException) << n;
     EXPECT_TRUE(stream.skips.empty()) << n;  // the header keeps its -1
+  }
+}
+
+// A skipped block that ran past the end of the stream used to load as OK; a filter whose
+// returned count disagreed with what it wrote got the length patched inside the header.
+TEST(InnerHeaderWrapperTest, Regression_TruncationAndFalseByteCounts) {
+  MemoryStream stream;
+  PayloadFilter other(stream, "Other", 1, std::vector<unsigned char>(18, 7));
+  CInnerHeaderWrapper(&other, nullptr, L"x").Save();
+  std::vector<unsigned char>& bytes = stream.Bytes();
+  ASSERT_EQ(bytes.size(), 146u);
+  qvtest::NullDeltaLogger logger;
+  for (std::uint64_t length : {19ull, 0x7FFFFFFFull - 128}) {
+    for (int i = 0; i < 8; ++i) bytes[10 + i] = static_cast<unsigned char>(length >> (8 * i));
+    stream.Rewind();
+    CInnerHeaderWrapper skipper(stream, nullptr, L"x");
+    EXPECT_THROW(skipper.Load(logger), KvF::CUnknownFormatError) << length;
+  }
+  // Exactly at the end is fine.
+  for (int i = 0; i < 8; ++i) bytes[10 + i] = i == 0 ? 18 : 0;
+  stream.Rewind();
+  CInnerHeaderWrapper skipper(stream, nullptr, L"x");
+  EXPECT_EQ(skipper.Load(logger), 146);
+
+  MemoryStream out;
+  struct Liar : PayloadFilter {  // writes 16 bytes, claims 10
+    using PayloadFilter::PayloadFilter;
+    std::int64_t OnSave() override {
+      GetStream().writeData(16, payload.data());
+      return 10;
+    }
+  } writer(out, "Liar", 1, std::vector<unsigned char>(16, 9));
+  EXPECT_THROW(CInnerHeaderWrapper(&writer, nullptr, L"x").Save(), CKorvaException);
+  ASSERT_EQ(out.Bytes().size(), 128u + 16u);
+  for (int i = 0; i < 8; ++i) EXPECT_EQ(out.Bytes()[10 + i], 0xFF) << "length stays -1";
+  for (int i = 128; i < 144; ++i) EXPECT_EQ(out.Bytes()[i], 9) << "payload intact";
+}
+
+// A save whose file fails at any write or seek throws the stream's error and never leaves
+// a block that loads wrongly; the first budget that suffices gives a block that loads.
+TEST(InnerHeaderWrapperTest, Failure_InjectedFileFailuresNeverLeaveAWrongBlock) {
+  for (int kind = 0; kind < 2; ++kind) {
+    bool saved = false;
+    for (int budget = 0; !saved; ++budget) {
+      ASSERT_LT(budget, 300);
+      qvtest::FailingFile file;
+      (kind ? file.seeks : file.writes) = budget;
+      CFileBinaryStream stream(file.get());
+      PayloadFilter sub(stream, "Sub", 2, std::vector<unsigned char>(40, 3));
+      try {
+        CInnerHeaderWrapper(&sub, nullptr, L"sub").Save();
+        saved = true;
+      } catch (const CKorvaException&) {
+      }
+      qvtest::FailingFile back(file.bytes);
+      CFileBinaryStream in(back.get());
+      PayloadFilter reader(in, "Sub", 2);
+      reader.loadSize = 40;
+      qvtest::NullDeltaLogger logger;
+      // A failed save leaves either a block that is rejected or (when only the final move
+      // failed) the complete block.
+      try {
+        EXPECT_EQ(CInnerHeaderWrapper(&reader, nullptr, L"sub").Load(logger), 168);
+        EXPECT_EQ(reader.loaded, std::vector<unsigned char>(40, 3));
+      } catch (const CKorvaException&) {
+        EXPECT_FALSE(saved) << kind << " " << budget;
+      }
+    }
   }
 }

@@ -111,3 +111,48 @@ TEST(RoundingTest, RoundBoundary_Table) {
     EXPECT_GE(bound * (1 + 1e-12), c.x) << "the boundary lies at or above x";
   }
 }
+
+// Non-finite input used to hang the normalising loop; huge input overflowed the decimal
+// scaling; results beyond the int range came back as INT_MIN.
+TEST(RoundingTest, Regression_NonFiniteHugeAndOutOfIntRangeInput) {
+  const double inf = std::numeric_limits<double>::infinity();
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  const double big = std::numeric_limits<double>::max();
+  EXPECT_EQ(fRound4(inf), inf);
+  EXPECT_EQ(fRoundN(-inf, 3), -inf);
+  EXPECT_TRUE(std::isnan(fRoundN(nan, 3)));
+  EXPECT_NEAR(fRound4(1.8e304), 1.8e304, 1e-14 * 1.8e304);
+  EXPECT_NEAR(fRound4(-1.23456e305), -1.2346e305, 1e-14 * 1.2346e305);
+  EXPECT_EQ(fRound4(big), big);  // 1.7977e308 is beyond the double range: x unchanged
+  EXPECT_EQ(fRoundN(1.5, 320), 1.5);  // beyond 17 digits nothing is removed
+  EXPECT_EQ(fRoundN(0.1, 16), 0.1);
+  EXPECT_EQ(fRoundN(0.1, 2147483647), 0.1);
+  EXPECT_EQ(fRound2(1e8), 1e8);
+  EXPECT_EQ(fRound2(-3e9 - 0.004), -3e9);
+  EXPECT_TRUE(std::isnan(fRound2(nan)));
+  EXPECT_EQ(fRound2(-inf), -inf);
+  int v = INT_MAX;
+  mulrnd(2, &v);
+  EXPECT_EQ(v, INT_MAX);
+  v = INT_MAX;
+  mulrnd(-2, &v);
+  EXPECT_EQ(v, INT_MIN);
+  v = 7;
+  mulrnd(nan, &v);
+  EXPECT_EQ(v, 7);
+  double x = 1.0;
+  scaleDouble(x, INT_MIN);
+  EXPECT_EQ(x, 0.0);
+  x = 1.0;
+  scaleDouble(x, INT_MAX);
+  EXPECT_EQ(x, inf);
+  double bound = -1, step = -1;
+  int kind = -1, e = -1;
+  x = 1.5e308;
+  EXPECT_THROW(roundBoundary(x, bound, step, kind, e), std::domain_error);
+  EXPECT_EQ(bound, -1);
+  EXPECT_EQ(kind, -1);
+  x = 9e307;  // a boundary of 1e308 still fits
+  roundBoundary(x, bound, step, kind, e);
+  EXPECT_NEAR(bound, 1e308, 1e-12 * 1e308);
+}

@@ -68,3 +68,33 @@ TEST(AutoResetEventTest, WaitAny_LowestSignalledIndexAndOnlyThatOneConsumed) {
   setter.join();
   EXPECT_FALSE(c.Wait(0));
 }
+
+// A Set wakes the waiters of its own event only; a waiter on another event stays asleep
+// however often this one is set, and a WaitAny over both is released by either.
+TEST(AutoResetEventTest, Semantics_SetReleasesOnlyItsOwnWaiters) {
+  CKorvaAutoResetEvent a, b;
+  std::atomic<int> released{0};
+  std::thread onB([&] {
+    b.Wait();
+    released = 1;
+  });
+  for (int k = 0; k < 200; ++k) {
+    a.Set();
+    EXPECT_TRUE(a.Wait(0));
+  }
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  EXPECT_EQ(released.load(), 0);
+  b.Set();
+  onB.join();
+  EXPECT_EQ(released.load(), 1);
+  CKorvaAutoResetEvent* both[2] = {&a, &b};
+  for (int which = 0; which < 2; ++which) {
+    std::atomic<int> hit{-2};
+    std::thread any([&] { hit = CKorvaAutoResetEvent::WaitAny(both, 2); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    both[which]->Set();
+    any.join();
+    EXPECT_EQ(hit.load(), which);
+    EXPECT_FALSE(a.Wait(0) || b.Wait(0)) << "the signal was consumed";
+  }
+}

@@ -23,22 +23,28 @@ inline int EdgeRegion(SegmentFeature f, int edgeCode, int firstVertex, int secon
 /// formulas: n = e2 × e1, the projection q = w + s·n relative to A, and three edge-side
 /// tests whose boundary cases count as inside; outside, the edges AB, AC, BC in that order,
 /// a later edge winning only when strictly nearer.
-inline float PointTriangle2Scalar(const float* p, const float* A, const float* B, const float* C,
-                                  int* region, float* foot) {
-  float e1[3], e2[3], e3[3], n[3], w[3];
+/// R is the arithmetic type: float for the routine itself, double for its fallback when
+/// float products overflow; the inputs and the foot stay float.
+template <class R = float>
+inline R PointTriangle2Scalar(const float* p, const float* A, const float* B, const float* C,
+                              int* region, float* foot, R* nOut = nullptr,
+                              R* sOut = nullptr) {
+  R e1[3], e2[3], e3[3], n[3], w[3];
   Sub3(B, A, e1);
   Sub3(C, A, e2);
   Sub3(C, B, e3);
   Cross3(e2, e1, n);
-  const float N = Dot3(n, n);
+  const R N = Dot3(n, n);
   Sub3(p, A, w);
   // No guard for N = 0 (a degenerate triangle): s is then NaN, every comparison of the
   // inside test is false, and the query falls through to the edges.
-  const float s = -Dot3(w, n) / N;
-  float q[3];
+  const R s = -Dot3(w, n) / N;
+  if (nOut) *nOut = N;
+  if (sOut) *sOut = s;
+  R q[3];
   for (int i = 0; i < 3; ++i) q[i] = w[i] + s * n[i];
 
-  float c[3], m[3];
+  R c[3], m[3];
   Cross3(q, e1, c);
   bool inside = Dot3(c, n) >= 0;
   if (inside) {
@@ -55,17 +61,17 @@ inline float PointTriangle2Scalar(const float* p, const float* A, const float* B
   if (inside) {
     if (region) *region = 0;
     if (foot)
-      for (int i = 0; i < 3; ++i) foot[i] = A[i] + q[i];
+      for (int i = 0; i < 3; ++i) foot[i] = float(A[i] + q[i]);
     return s * s * N;
   }
 
-  float fAB[3], fAC[3], fBC[3], t;
+  R fAB[3], fAC[3], fBC[3], t;
   SegmentFeature sAB, sAC, sBC;
-  const float d1 = PointSegment2<3, float>(p, A, B, fAB, t, sAB);
-  const float d2 = PointSegment2<3, float>(p, A, C, fAC, t, sAC);
-  const float d3 = PointSegment2<3, float>(p, B, C, fBC, t, sBC);
-  float best;
-  const float* bestFoot;
+  const R d1 = PointSegment2<3, R>(p, A, B, fAB, t, sAB);
+  const R d2 = PointSegment2<3, R>(p, A, C, fAC, t, sAC);
+  const R d3 = PointSegment2<3, R>(p, B, C, fBC, t, sBC);
+  R best;
+  const R* bestFoot;
   int code;
   if (d1 <= d2) {
     best = d1, bestFoot = fAB, code = EdgeRegion(sAB, 1, 4, 5);
@@ -75,7 +81,7 @@ inline float PointTriangle2Scalar(const float* p, const float* A, const float* B
   if (!(best <= d3)) best = d3, bestFoot = fBC, code = EdgeRegion(sBC, 2, 5, 6);
   if (region) *region = code;
   if (foot)
-    for (int i = 0; i < 3; ++i) foot[i] = bestFoot[i];
+    for (int i = 0; i < 3; ++i) foot[i] = float(bestFoot[i]);
   return best;
 }
 
