@@ -76,54 +76,6 @@ TYPED_TEST(DistPointSegmentTest, Properties_AgainstCgalAndBruteForceRegions) {
   EXPECT_GT(ends, 500);
 }
 
-TYPED_TEST(DistPointSegmentTest, Properties_AllOverloadsAgree) {
-  using T = TypeParam;
-  qvtest::TestRng rng(5602);
-  SCOPED_TRACE(rng.Trace());
-  for (int trial = 0; trial < 1000; ++trial) {
-    const auto p = qvtest::RandomPoint<T>(rng, 10);
-    const auto a = qvtest::RandomPoint<T>(rng, 10);
-    auto b = qvtest::RandomPoint<T>(rng, 10);
-    if (trial % 50 == 0) b = a;  // degenerate segments too
-    T foot[3], foot2[3], foot3[3], t = -1, t2 = -1;
-    int region = -7;
-    const T d = DistancePoint2Segment(p.data(), a.data(), b.data(), foot, region);
-    EXPECT_EQ(DistancePoint2Segment(p.data(), a.data(), b.data()), d);
-    EXPECT_EQ(DistancePoint2Segment(p.data(), a.data(), b.data(), t), d);
-    EXPECT_EQ(DistancePoint2Segment(p.data(), a.data(), b.data(), foot2), d);
-    EXPECT_EQ(DistancePoint2Segment(p.data(), a.data(), b.data(), t2, foot3), d);
-    EXPECT_EQ(t, t2);
-    for (int i = 0; i < 3; ++i) {
-      EXPECT_EQ(foot2[i], foot[i]);
-      EXPECT_EQ(foot3[i], foot[i]);
-    }
-    // t is the clamped parameter of the foot and matches the region.
-    if (region == 1) {
-      EXPECT_EQ(t, T(0));
-    } else if (region == 2) {
-      EXPECT_EQ(t, T(1));
-    } else {
-      EXPECT_GE(t, T(0));
-      EXPECT_LT(t, T(1));
-      for (int i = 0; i < 3; ++i) EXPECT_EQ(foot[i], a[i] + t * (b[i] - a[i]));
-    }
-    // The mixed overload (float point, double ends) is the double query on the widened
-    // point, exactly.
-    const auto pf = qvtest::RandomPoint<float>(rng, 10);
-    const double pd[3] = {pf[0], pf[1], pf[2]};
-    const double ad[3] = {double(a[0]), double(a[1]), double(a[2])};
-    const double bd[3] = {double(b[0]), double(b[1]), double(b[2])};
-    double td = -1, tm = -1, tm2 = -1, fd[3], fm[3];
-    const double dd = DistancePoint2Segment(pd, ad, bd, td, fd);
-    EXPECT_EQ(DistancePoint2Segment(pf.data(), ad, bd, tm, fm), dd);
-    EXPECT_EQ(DistancePoint2Segment(pf.data(), ad, bd), dd);
-    EXPECT_EQ(DistancePoint2Segment(pf.data(), ad, bd, tm2), dd);
-    EXPECT_EQ(tm, td);
-    EXPECT_EQ(tm2, td);
-    for (int i = 0; i < 3; ++i) EXPECT_EQ(fm[i], fd[i]);
-  }
-}
-
 TEST(DistPointSegmentFloatTest, Properties_MatchesStepByStepBodyBitForBit) {
   // The float queries may be vectorised; they must reproduce the plain step-by-step body
   // exactly, on random input and on a coarse grid full of ties and degenerate segments.

@@ -18,20 +18,6 @@ class LocalFrameTest : public ::testing::Test {};
 using Reals = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(LocalFrameTest, Reals);
 
-TYPED_TEST(LocalFrameTest, Basics_DefaultPerpendicularExamples) {
-  using T = TypeParam;
-  const T z[3] = {0, 0, 1}, x[3] = {1, 0, 0};
-  T out[3];
-  BuildDefPerpendicular(z, out);
-  EXPECT_EQ(out[0], T(0));
-  EXPECT_EQ(out[1], T(-1));
-  EXPECT_EQ(out[2], T(0));
-  BuildDefPerpendicular(x, out);
-  EXPECT_EQ(out[0], T(0));
-  EXPECT_EQ(out[1], T(1));
-  EXPECT_EQ(out[2], T(0));
-}
-
 TYPED_TEST(LocalFrameTest, Properties_FrameIsOrthonormalRightHanded) {
   using T = TypeParam;
   qvtest::TestRng rng(5401);
