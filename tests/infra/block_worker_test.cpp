@@ -41,24 +41,6 @@ bool FreeForOtherThreads(CKorvaCritSection* section) {
 
 }  // namespace
 
-TEST(BlockWorker, Degenerate_NullManager) {
-  CountingWorker own(nullptr, true);
-  EXPECT_NE(own.GetProgressCounter(), nullptr);
-  EXPECT_TRUE(own.OwnsProgressCounter());
-  EXPECT_EQ(own.GetManager(), nullptr);
-  EXPECT_EQ(own.GetReadBlockSect(), nullptr);
-  EXPECT_EQ(own.GetIdleWorkerEvent(), nullptr);
-  EXPECT_EQ(own.GetWorkerWakeUpEvent(), nullptr);
-  EXPECT_EQ(own.GetWorkerAbortEvent(), nullptr);
-  own.Work();  // nothing to do without a manager
-  own.ReturnBlockToManager(Block_iter());
-  qvtest::LineBlock block(0);
-  EXPECT_TRUE(own.BlockInit(block, nullptr));
-  EXPECT_TRUE(own.BlockInitUnshared(block, nullptr));
-  CountingWorker shared(nullptr, false);
-  EXPECT_EQ(shared.GetProgressCounter(), nullptr);
-}
-
 TEST(BlockWorker, Regions_CountersEventsAndSections) {
   Manager m;
   CProgressCounter pc;
