@@ -156,44 +156,6 @@ TEST_F(ProgressCounterTest, Degenerate_HiddenCounterIgnoresPositionsAndIntegerSu
   EXPECT_EQ(rec.seen, (std::vector<int>{10}));
 }
 
-TEST_F(ProgressCounterTest, Properties_InvisibleSubPhaseHidesEverythingInside) {
-  pc.StartNewSubPhase(0, 40, false);
-  EXPECT_TRUE(pc.IsHidden());
-  pc.StartNewSubPhase(50, 50, true);  // visible request inside an invisible one
-  EXPECT_TRUE(pc.IsHidden());
-  pc.SetPosFloat(0.7);
-  pc.FinishSubPhase();
-  EXPECT_TRUE(pc.IsHidden());
-  EXPECT_TRUE(rec.seen.empty());
-  pc.FinishSubPhase();  // visible again: the end 40 is reported
-  EXPECT_FALSE(pc.IsHidden());
-  EXPECT_EQ(rec.seen, (std::vector<int>{40}));
-}
-
-TEST(ProgressCounter, Degenerate_StartAndStepClamps) {
-  CProgressCounter pc;
-  pc.SetStep(0);
-  EXPECT_EQ(pc.GetStep(), 1.0);
-  pc.SetStep(-5.0);
-  EXPECT_EQ(pc.GetStep(), 1.0);
-  pc.SetStep(250.0);
-  EXPECT_EQ(pc.GetStep(), 100.0);
-  pc.SetStep(std::numeric_limits<double>::quiet_NaN());
-  EXPECT_EQ(pc.GetStep(), 1.0);
-  pc.SetStart(120);
-  EXPECT_EQ(pc.GetStart(), 99.0);
-  pc.SetStart(-1.0);
-  EXPECT_EQ(pc.GetStart(), 0.0);
-  pc.SetStart(std::numeric_limits<double>::quiet_NaN());
-  EXPECT_EQ(pc.GetStart(), 0.0);
-  pc.SetStart(12.5);
-  pc.SetStep(10);
-  Recorder rec;
-  rec.Attach(pc);
-  pc.SetPosFloat(0.5);  // 17.5 -> 18
-  EXPECT_EQ(rec.seen, (std::vector<int>{18}));
-}
-
 TEST(ProgressCounter, Regions_CancellationThrowsOnceThenSilence) {
   CProgressCounter pc;
   Recorder rec;
