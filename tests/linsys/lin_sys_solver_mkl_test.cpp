@@ -135,34 +135,6 @@ class LinSysSolverMKLTest : public ::testing::Test {};
 using ScalarTypes = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(LinSysSolverMKLTest, ScalarTypes);
 
-// x10 = x30·2/3, x20 = x30/3 with x30 = 3(d + 1) on axis d. LU of this 2 × 2 system
-// rounds a handful of times: 8 ulps of the largest value is ample.
-TYPED_TEST(LinSysSolverMKLTest, Worked_TwoFreeOneFixed) {
-  using T = TypeParam;
-  CLinSysSolverMKL<T> sys;
-  EXPECT_TRUE(sys.IsCorrectlyDefinedSystem());  // nothing defined yet: 0 equations, 0 free
-  Run<T>(kWorkedDefinitions, sys);
-  Run<T>(kWorkedEquations, sys);
-  EXPECT_TRUE(sys.IsCorrectlyDefinedSystem() && !sys.IsSpoiled());
-  for (int axesCount : {1, 3}) {  // solved twice: the matrices are kept
-    Axes<T> axes(axesCount);
-    std::vector<Call> asked;
-    for (int d = 0; d < axesCount; ++d) {
-      axes.informers[d]->positions = {{30, T(3 * (d + 1))}};
-      asked.push_back({d, 30, 3.0 * (d + 1)});
-    }
-    ASSERT_TRUE(axes.Solve(sys));
-    EXPECT_EQ(axes.asked, asked);
-    // Axis by axis, the free vertices in order of definition.
-    ASSERT_EQ(axes.received.size(), static_cast<std::size_t>(2 * axesCount));
-    for (int k = 0; k < 2 * axesCount; ++k) {
-      const Call& c = axes.received[k];
-      EXPECT_EQ(c.axis * 100 + c.vertex, (k / 2) * 100 + (k % 2 ? 20 : 10));
-      EXPECT_NEAR(c.value, (k % 2 ? 1.0 : 2.0) * (k / 2 + 1), 8 * 6.0 * qvtest::Eps<T>());
-    }
-  }
-}
-
 // Each scenario misuses the system once; afterwards the system is spoiled for good: the
 // remaining well-formed calls do not repair it and SolveSystem calls nobody.
 TYPED_TEST(LinSysSolverMKLTest, Misuse_SpoilsForGood) {
