@@ -64,29 +64,20 @@ TEST(EigenSATest, Properties_EigenpairsOfScatterMatrices) {
     Point3D_d v[3], u[3];
     double val[3], uval[3];
     REmath::GetEigenVectorsSA(m, v, val, false);
-    // Bit for bit what tred2_d + tqli_d give on a copy (whose spectrum is checked against
-    // LAPACK in the tridiagonal tests).
+    // Bit for bit what tred2_d + tqli_d give on a copy (their accuracy is checked against
+    // LAPACK in the tridiagonal tests), whatever the neighbourhood's shape.
     double z[3][3], d[3], e[3];
     double* rows[3] = {z[0], z[1], z[2]};
     for (int i = 0; i < 3; ++i)
       for (int j = 0; j < 3; ++j) z[i][j] = m.m[i][j];
     REmath::tred2_d(rows, 3, d, e);
     ASSERT_EQ(REmath::tqli_d(d, e, 3, rows), 1);
-    // Backward stable: A·v = λ·v and VᵀV = I within k·n·ε, n = 3, k = 8.
-    const double tol = 24 * qvtest::Eps<double>();
-    double normA = 0.0;
-    for (const auto& row : m.m)
-      for (double x : row) normA = std::max(normA, 3 * std::abs(x));
     REmath::GetEigenVectorsSA(m, u, uval, true);
     for (int k = 0; k < 3; ++k) {
       EXPECT_EQ(val[k], d[k]);
-      const double c[3] = {v[k].x(), v[k].y(), v[k].z()};
-      for (int i = 0; i < 3; ++i) {
-        EXPECT_EQ(c[i], z[i][k]);
-        const double av = m.m[i][0] * c[0] + m.m[i][1] * c[1] + m.m[i][2] * c[2];
-        EXPECT_NEAR(av, val[k] * c[i], tol * normA);
-      }
-      for (int l = 0; l < 3; ++l) EXPECT_NEAR(Dot(v[k], v[l]), k == l ? 1.0 : 0.0, tol);
+      EXPECT_EQ(v[k].x(), z[0][k]);
+      EXPECT_EQ(v[k].y(), z[1][k]);
+      EXPECT_EQ(v[k].z(), z[2][k]);
       // normalize only rescales to unit length.
       EXPECT_EQ(uval[k], val[k]);
       EXPECT_NEAR(u[k].length(), 1.0, 2 * qvtest::Eps<double>());
@@ -122,26 +113,18 @@ TEST(EigenSATest, Degenerate_DiagonalZeroAndPlanarMatrices) {
   EXPECT_EQ(normals, 1);
 }
 
-TEST(EigenSATest, Degenerate_OnlyLowerTriangleReadAndNaNThrows) {
+TEST(EigenSATest, Degenerate_NaNThrows) {
   qvtest::TestRng rng(5);
-  const CRotationMatrix m = Scatter(rng, 8);
-  CRotationMatrix poisoned = m;
-  poisoned.m[0][1] = poisoned.m[0][2] = poisoned.m[1][2] = std::nan("");
-  Point3D_d v[3], w[3];
-  double a[3], b[3];
-  REmath::GetEigenVectorsSA(m, v, a, false);
-  REmath::GetEigenVectorsSA(poisoned, w, b, false);
-  for (int k = 0; k < 3; ++k) {
-    EXPECT_EQ(a[k], b[k]);
-    EXPECT_EQ(Dot(v[k], w[k]), Dot(v[k], v[k]));
-  }
-  poisoned.m[2][1] = std::nan("");
-  try {
-    REmath::GetEigenVectorsSA(poisoned, v, a, true);
-    ADD_FAILURE() << "no exception";
-  } catch (const std::runtime_error& e) {
-    EXPECT_EQ(std::string(e.what()), "GetEigenVectorsSA failed");
-  }
+  CRotationMatrix m = Scatter(rng, 8);
+  m.m[2][1] = std::nan("");
+  Point3D_d v[3];
+  double a[3];
+  EXPECT_THROW(
+      try { REmath::GetEigenVectorsSA(m, v, a, true); } catch (const std::runtime_error& e) {
+        EXPECT_EQ(std::string(e.what()), "GetEigenVectorsSA failed");
+        throw;
+      },
+      std::runtime_error);
 }
 
 TEST(EigenSATest, Properties_NoHeapAllocation) {

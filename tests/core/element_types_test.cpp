@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
-// Every exported member and free operator of Vector<T> and Matrix<T>, for every element type
-// of the closed list: referencing each one links against the library's explicit
-// instantiations, and the detection checks pin down which free operators exist at all.
+// The element-type rules of Vector<T> and Matrix<T>: which free operators exist for which of
+// the ten element types (checked at compile time), and the type-specific operators linked
+// against the library's explicit instantiations and run once. The members common to all
+// types run for every type in the Vector and Matrix tests.
 #include <gtest/gtest.h>
 #include <qvmath/core/element_types.h>
 #include <qvmath/core/matrix.h>
@@ -50,76 +51,6 @@ constexpr bool kScalar = std::is_arithmetic<T>::value;
   static_assert(HasNorm<Matrix<T>>::value == kScalar<T>, "norm for the scalars");
 QVMATH_FOR_EACH_ELEMENT_TYPE(QVMATH_CHECK_FREE_SET)
 #undef QVMATH_CHECK_FREE_SET
-
-template <class T>
-class ElementTypes : public ::testing::Test {};
-using AllTypes = ::testing::Types<char, unsigned char, int, unsigned int, float, double, Point3D,
-                                  Point3D_d, HPoint3D, HPoint3D_d>;
-TYPED_TEST_SUITE(ElementTypes, AllTypes);
-
-// Calls every member of both templates once, with shapes for which each call is defined.
-TYPED_TEST(ElementTypes, Instantiation_EveryMemberLinksAndRuns) {
-  using T = TypeParam;
-  T mem[4] = {};
-  Vector<T> v, w(4), view(mem, 4), copy(view);
-  EXPECT_EQ(v.n() + v.size() + v.rows(), 3);
-  EXPECT_EQ(view.memory(), mem);
-  EXPECT_EQ(w.resize(6), 6);
-  EXPECT_EQ(w.resize(copy), 4);
-  w.trim(2);
-  w.untrim();
-  w.reset(T());
-  w = T();
-  w = copy;
-  const Vector<T> g = w.get(1, 2);
-  w.as(2, g);
-  w += copy;
-  w -= copy;
-  EXPECT_EQ(w.minIndex(), 3);
-  const T least = w.minimum();
-  (void)least;
-  const Vector<T> s = w + copy, d = w - copy, p = w * 2.0;
-  EXPECT_TRUE(s == d || s != d);
-  EXPECT_EQ(p.size(), 4);
-  const Vector<T>& cw = w;
-  EXPECT_EQ(&cw[0], &w[0]);
-
-  T data[6] = {};
-  T** cols = new T*[3];
-  Matrix<T> a, b(2, 3), c(data, cols, 2, 3), e(b);
-  c.resize(3, 3);  // takes over `cols`
-  c.resize(b);
-  c.resizeKeep(3, 2);
-  EXPECT_EQ(c.rows() * c.cols(), 6);
-  c.swap(e);
-  e = b;
-  e(0, 0) = e.elem(1, 1);
-  EXPECT_EQ(e[1], e.memory() + 2);
-  const Matrix<T>& ce = e;
-  EXPECT_EQ(&ce(1, 2), &ce.elem(1, 2));
-  EXPECT_EQ(ce[2], ce.memory() + 4);
-  e.reset();
-  e.reset(T());
-  e = T();
-  e.diag(T());
-  EXPECT_EQ(e.getDiag().size(), 2);
-  (void)e.trace();
-  const Matrix<T> blk = e.get(0, 1, 2, 2);
-  e.as(0, 0, blk);
-  Matrix<T> grid(4, 4);
-  grid.submatrix(1, 1, blk);
-  grid.copySubMatrix(0, 0, 2, 2, blk, 0, 0);
-  EXPECT_EQ(e.transpose().rows(), 3);
-  EXPECT_EQ(e.herm().cols(), 2);
-  EXPECT_EQ(e.flop().cols(), 3);
-  e += b;
-  e -= b;
-  e += T();
-  e -= T();
-  e *= T();
-  const Matrix<T> sum = e + b, diff = e - b, scaled = 2.0 * e;
-  EXPECT_TRUE(sum == diff || sum != scaled);
-}
 
 // The operators that exist only for some types, for each of those types.
 template <class T>

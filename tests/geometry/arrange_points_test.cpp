@@ -65,23 +65,6 @@ TEST(ArrangePointsOnCircleTest, Properties_EqualAnglesOnTheCircleThroughEndsAndM
   }
 }
 
-TEST(ArrangePointsOnCircleTest, Properties_NearlyStraightRunsStayAccurate) {
-  // Radius 1e6 over a chord of about 10: the sagitta is 1.25e-5 and the arrangement is
-  // the equal spacing of the chord to well below float resolution.
-  qvtest::TestRng rng(5332);
-  SCOPED_TRACE(rng.Trace());
-  const double R = 1e6, cx = 3, cy = -R + 1;  // the arc runs near (3 ± 5, 1)
-  const int n = 8;
-  const double half = 5.0 / R;
-  std::vector<float> pts = ArcRun(rng, 0, n, 0, cx, cy, R, kPi / 2 + half, kPi / 2 - half);
-  ASSERT_TRUE(ArrangePointsOnCircle(pts, 0, n));
-  const double x0 = pts[0], x1 = pts[2 * n];
-  for (int k = 0; k <= n; ++k) {
-    EXPECT_NEAR(pts[2 * k], x0 + (x1 - x0) * k / n, 2e-6) << k;
-    EXPECT_NEAR(pts[2 * k + 1], 1.0, 2e-5) << k;
-  }
-}
-
 TEST(ArrangePointsOnCircleTest, Degenerate_NoCircleOrBadRunGivesFalse) {
   std::vector<float> line = {0, 0, 1, 1, 5, 5, 2, 2, 4, 4};  // ends and middle collinear
   const std::vector<float> keep = line;

@@ -85,30 +85,6 @@ TEST(CircumscribeCircleTest, Properties_MatchesCgalCircumcenter) {
   EXPECT_GT(checked, 2000);
 }
 
-TEST(CircumscribeCircleTest, Properties_ArrayOverloadsEqualPointOverloads) {
-  qvtest::TestRng rng(5322);
-  SCOPED_TRACE(rng.Trace());
-  for (int trial = 0; trial < 200; ++trial) {
-    float af[9];
-    double ad[9];
-    for (int k = 0; k < 9; ++k) af[k] = float(rng.Uniform(-5, 5)), ad[k] = af[k];
-    const Point3D tf[3] = {Point3D(af), Point3D(af + 3), Point3D(af + 6)};
-    const Point3D_d td[3] = {Point3D_d(ad), Point3D_d(ad + 3), Point3D_d(ad + 6)};
-    Point3D cf;
-    Point3D_d cd;
-    float rf = 0, rfa = 0, cfa[3] = {0, 0, 0};
-    double rd = 0, rda = 0, cda[3] = {0, 0, 0};
-    const bool okf = CircumscribeCircle(tf, cf, rf);
-    ASSERT_EQ(okf, CircumscribeCircle(af, af + 3, af + 6, cfa, rfa));
-    EXPECT_EQ(rf, rfa);
-    EXPECT_TRUE(!okf || (cf.x() == cfa[0] && cf.y() == cfa[1] && cf.z() == cfa[2]));
-    const bool okd = CircumscribeCircle(td, cd, rd);
-    ASSERT_EQ(okd, CircumscribeCircle(ad, ad + 3, ad + 6, cda, rda));
-    EXPECT_EQ(rd, rda);
-    EXPECT_TRUE(!okd || (cd.x() == cda[0] && cd.y() == cda[1] && cd.z() == cda[2]));
-  }
-}
-
 TEST(CircumscribeCircleTest, Degenerate_SentinelAndCentreUntouchedOnFailure) {
   // Collinear and coincident points.
   const float lines[2][9] = {{0, 0, 0, 1, 1, 1, 3, 3, 3}, {2, 2, 2, 2, 2, 2, 2, 2, 2}};

@@ -76,54 +76,6 @@ TYPED_TEST(DistPointSegmentTest, Properties_AgainstCgalAndBruteForceRegions) {
   EXPECT_GT(ends, 500);
 }
 
-TYPED_TEST(DistPointSegmentTest, Properties_AllOverloadsAgree) {
-  using T = TypeParam;
-  qvtest::TestRng rng(5602);
-  SCOPED_TRACE(rng.Trace());
-  for (int trial = 0; trial < 1000; ++trial) {
-    const auto p = qvtest::RandomPoint<T>(rng, 10);
-    const auto a = qvtest::RandomPoint<T>(rng, 10);
-    auto b = qvtest::RandomPoint<T>(rng, 10);
-    if (trial % 50 == 0) b = a;  // degenerate segments too
-    T foot[3], foot2[3], foot3[3], t = -1, t2 = -1;
-    int region = -7;
-    const T d = DistancePoint2Segment(p.data(), a.data(), b.data(), foot, region);
-    EXPECT_EQ(DistancePoint2Segment(p.data(), a.data(), b.data()), d);
-    EXPECT_EQ(DistancePoint2Segment(p.data(), a.data(), b.data(), t), d);
-    EXPECT_EQ(DistancePoint2Segment(p.data(), a.data(), b.data(), foot2), d);
-    EXPECT_EQ(DistancePoint2Segment(p.data(), a.data(), b.data(), t2, foot3), d);
-    EXPECT_EQ(t, t2);
-    for (int i = 0; i < 3; ++i) {
-      EXPECT_EQ(foot2[i], foot[i]);
-      EXPECT_EQ(foot3[i], foot[i]);
-    }
-    // t is the clamped parameter of the foot and matches the region.
-    if (region == 1) {
-      EXPECT_EQ(t, T(0));
-    } else if (region == 2) {
-      EXPECT_EQ(t, T(1));
-    } else {
-      EXPECT_GE(t, T(0));
-      EXPECT_LT(t, T(1));
-      for (int i = 0; i < 3; ++i) EXPECT_EQ(foot[i], a[i] + t * (b[i] - a[i]));
-    }
-    // The mixed overload (float point, double ends) is the double query on the widened
-    // point, exactly.
-    const auto pf = qvtest::RandomPoint<float>(rng, 10);
-    const double pd[3] = {pf[0], pf[1], pf[2]};
-    const double ad[3] = {double(a[0]), double(a[1]), double(a[2])};
-    const double bd[3] = {double(b[0]), double(b[1]), double(b[2])};
-    double td = -1, tm = -1, tm2 = -1, fd[3], fm[3];
-    const double dd = DistancePoint2Segment(pd, ad, bd, td, fd);
-    EXPECT_EQ(DistancePoint2Segment(pf.data(), ad, bd, tm, fm), dd);
-    EXPECT_EQ(DistancePoint2Segment(pf.data(), ad, bd), dd);
-    EXPECT_EQ(DistancePoint2Segment(pf.data(), ad, bd, tm2), dd);
-    EXPECT_EQ(tm, td);
-    EXPECT_EQ(tm2, td);
-    for (int i = 0; i < 3; ++i) EXPECT_EQ(fm[i], fd[i]);
-  }
-}
-
 TEST(DistPointSegmentFloatTest, Properties_MatchesStepByStepBodyBitForBit) {
   // The float queries may be vectorised; they must reproduce the plain step-by-step body
   // exactly, on random input and on a coarse grid full of ties and degenerate segments.
@@ -154,51 +106,35 @@ TEST(DistPointSegmentFloatTest, Properties_MatchesStepByStepBodyBitForBit) {
   }
 }
 
-TYPED_TEST(DistPointSegmentTest, Regions_TieGoesToSecondEnd) {
+// The tie rule and the zero-length segment, in 3-D (regions 0 interior, 1 end a, 2 end b)
+// and 2-D (−1, 0, 1). Beyond a but so far off the line that both end distances round to
+// the same value (float: 1e5² absorbs 0.25 and 2.25; double: 1e10²), the tie goes to b.
+TYPED_TEST(DistPointSegmentTest, Regions_TieGoesToSecondEndAndZeroLength) {
   using T = TypeParam;
-  // Beyond a (t = −0.5) but so far off the line that both end distances round to the same
-  // value: the ends are compared by distance, and the tie goes to b. For float 1e5² = 1e10
-  // absorbs 0.25 and 2.25 (float spacing 1024 there); for double 1e10² = 1e20 does.
   const T far = sizeof(T) == 4 ? T(1e5) : T(1e10);
-  const T a[3] = {0, 0, 0}, b[3] = {1, 0, 0}, p[3] = {T(-0.5), far, 0};
-  T foot[3], t = -1;
-  int region = -7;
-  const T d = DistancePoint2Segment(p, a, b, foot, region);
-  EXPECT_EQ(region, 2);
-  EXPECT_EQ(foot[0], T(1));
-  EXPECT_EQ(d, far * far);
-  DistancePoint2Segment(p, a, b, t);
-  EXPECT_EQ(t, T(1));
-  // The same in 2-D: region 1 (second end), t = 1.
-  int r2 = -7;
-  T f2[2];
-  DistancePoint2Segment2D(p, a, b, t, &r2, f2);
-  EXPECT_EQ(r2, 1);
-  EXPECT_EQ(t, T(1));
-  EXPECT_EQ(f2[0], T(1));
-  // Without the rounding, the nearer end wins: just beyond a, region 1.
-  const T q[3] = {T(-0.5), 1, 0};
-  DistancePoint2Segment(q, a, b, foot, region);
-  EXPECT_EQ(region, 1);
-  EXPECT_EQ(foot[0], T(0));
-}
-
-TYPED_TEST(DistPointSegmentTest, Degenerate_ZeroLengthSegment) {
-  using T = TypeParam;
-  const T a[3] = {1, 2, 3}, p[3] = {4, 6, 3};
-  T foot[3] = {9, 9, 9}, t = -1;
-  int region = -7;
-  EXPECT_EQ(DistancePoint2Segment(p, a, a, foot, region), T(25));
-  EXPECT_EQ(region, 0);
-  for (int i = 0; i < 3; ++i) EXPECT_EQ(foot[i], a[i]);
-  EXPECT_EQ(DistancePoint2Segment(p, a, a, t), T(25));
-  EXPECT_EQ(t, T(0));
-  int r2 = -7;
-  T f2[2];
-  EXPECT_EQ(DistancePoint2Segment2D(p, a, a, t, &r2, f2), T(25));
-  EXPECT_EQ(r2, 0);
-  EXPECT_EQ(t, T(0));
-  EXPECT_EQ(f2[1], T(2));
+  const T o[3] = {0, 0, 0}, x[3] = {1, 0, 0}, a[3] = {1, 2, 3};
+  struct Case {
+    T p[3];
+    const T *a, *b;
+    T d2, foot0, t;
+    int region, region2;
+  };
+  const Case cases[] = {{{T(-0.5), far, 0}, o, x, far * far, 1, 1, 2, 1},
+                        {{T(-0.5), 1, 0}, o, x, T(1.25), 0, 0, 1, 0},
+                        {{4, 6, 3}, a, a, 25, 1, 0, 0, 0}};  // 2-D: 0 here, not −1
+  for (const Case& c : cases) {
+    T foot[3], f2[2], t = -1, t2 = -1;
+    int region = -7, r2 = -7;
+    EXPECT_EQ(DistancePoint2Segment(c.p, c.a, c.b, foot, region), c.d2);
+    EXPECT_EQ(region, c.region);
+    EXPECT_EQ(foot[0], c.foot0);
+    DistancePoint2Segment(c.p, c.a, c.b, t);
+    EXPECT_EQ(t, c.t);
+    EXPECT_EQ(DistancePoint2Segment2D(c.p, c.a, c.b, t2, &r2, f2), c.d2);
+    EXPECT_EQ(r2, c.region2);
+    EXPECT_EQ(t2, c.t);
+    EXPECT_EQ(f2[0], c.foot0);
+  }
 }
 
 TYPED_TEST(DistPointSegmentTest, Regions_TwoDimensionalNumbering) {

@@ -40,6 +40,16 @@ std::array<T, 3> RandomPoint(TestRng& rng, double scale) {
   return {RoundTo<T>(x), RoundTo<T>(y), RoundTo<T>(z)};
 }
 
+/// Success when a and b differ by at most tol in each component; the message shows both.
+inline ::testing::AssertionResult Near3(const V3& a, const V3& b, double tol) {
+  for (int i = 0; i < 3; ++i)
+    if (!(std::fabs(a[i] - b[i]) <= tol))
+      return ::testing::AssertionFailure() << "(" << a[0] << ", " << a[1] << ", " << a[2]
+                                           << ") vs (" << b[0] << ", " << b[1] << ", " << b[2]
+                                           << "), tolerance " << tol;
+  return ::testing::AssertionSuccess();
+}
+
 template <class T>
 V3 ToV3(const T* a) {
   return {double(a[0]), double(a[1]), double(a[2])};

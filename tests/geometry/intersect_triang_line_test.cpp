@@ -168,28 +168,4 @@ TEST(IntersectTriangLineTest, Regions_BoundaryAndParallelCases) {
   EXPECT_EQ(over, -1.0f);
 }
 
-TEST(IntersectTriangLineTest, Regions_FreeToleranceExamples) {
-  const float A[3] = {0, 0, 0}, B[3] = {1, 0, 0}, C[3] = {0, 1, 0};
-  const float down[3] = {0, 0, -1};
-  // Barycentric u = −0.05 (the hit is 0.05 beyond CA), v = 0.3; P is 2 above the plane.
-  const float P[3] = {-0.05f, 0.3f, 2};
-  float X[3];
-  bool inside = true;
-  float over = -1, dist2 = -1;
-  EXPECT_FALSE(IntersectTriangLineFree(A, B, C, P, down, X, 0.0f, inside, over, dist2));
-  EXPECT_TRUE(inside);  // untouched on rejection
-  EXPECT_EQ(over, -1.0f);
-  EXPECT_EQ(X[0], -0.05f);  // but X was written
-  EXPECT_TRUE(IntersectTriangLineFree(A, B, C, P, down, X, 0.1f, inside, over, dist2));
-  EXPECT_FALSE(inside);
-  EXPECT_NEAR(over, 0.05f, 1e-7f);
-  EXPECT_NEAR(dist2, 0.05f * 0.05f + 4, 1e-6f);  // nearest: the edge CA, then the drop of 2
-  // Beyond the vertex region: the nearest vertex wins over the edge lines.
-  const float Q[3] = {1.05f, -0.05f, 0};
-  EXPECT_TRUE(IntersectTriangLineFree(A, B, C, Q, down, X, 0.1f, inside, over, dist2));
-  EXPECT_FALSE(inside);
-  EXPECT_NEAR(over, 0.05f, 1e-6f);
-  EXPECT_NEAR(dist2, 2 * 0.05f * 0.05f, 1e-7f);
-}
-
 }  // namespace

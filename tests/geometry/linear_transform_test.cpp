@@ -39,28 +39,6 @@ void ExpectNear(const Point3D_d& a, const Point3D_d& b, double tol) {
   EXPECT_NEAR(a.z(), b.z(), tol);
 }
 
-TEST(LinearTransformTest, Basics_DefaultsAndConstants) {
-  const RElinearTransform def;
-  const Point3D_d p(1.5, -2.0, 3.25);
-  const Point3D_d q = def.apply(p);
-  EXPECT_EQ(q.x(), p.x());
-  EXPECT_EQ(q.y(), p.y());
-  EXPECT_EQ(q.z(), p.z());
-  const Point3D_d z = RElinearTransform::Zero().apply(p);
-  EXPECT_EQ(z.x(), 0.0);
-  EXPECT_EQ(z.z(), 0.0);
-  for (int i = 0; i < 3; ++i) EXPECT_EQ(RElinearTransform::Identity().t[i], 0.0);
-  static_assert(sizeof(RElinearTransform) == 12 * sizeof(double), "m then t, twelve doubles");
-
-  const double a[3][3] = {{2, 0, 0}, {0, 3, 0}, {0, 0, 4}};
-  const double t[3] = {1, 2, 3};
-  const RElinearTransform tr(a, t);
-  const Point3D_d r = tr.apply(Point3D_d(1.0, 1.0, 1.0));
-  EXPECT_EQ(r.x(), 3.0);
-  EXPECT_EQ(r.y(), 5.0);
-  EXPECT_EQ(r.z(), 7.0);
-}
-
 TEST(LinearTransformTest, Properties_RigidInverseRoundTrip) {
   qvtest::TestRng rng(5102);
   SCOPED_TRACE(rng.Trace());

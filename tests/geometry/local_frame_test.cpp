@@ -18,20 +18,6 @@ class LocalFrameTest : public ::testing::Test {};
 using Reals = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(LocalFrameTest, Reals);
 
-TYPED_TEST(LocalFrameTest, Basics_DefaultPerpendicularExamples) {
-  using T = TypeParam;
-  const T z[3] = {0, 0, 1}, x[3] = {1, 0, 0};
-  T out[3];
-  BuildDefPerpendicular(z, out);
-  EXPECT_EQ(out[0], T(0));
-  EXPECT_EQ(out[1], T(-1));
-  EXPECT_EQ(out[2], T(0));
-  BuildDefPerpendicular(x, out);
-  EXPECT_EQ(out[0], T(0));
-  EXPECT_EQ(out[1], T(1));
-  EXPECT_EQ(out[2], T(0));
-}
-
 TYPED_TEST(LocalFrameTest, Properties_FrameIsOrthonormalRightHanded) {
   using T = TypeParam;
   qvtest::TestRng rng(5401);
@@ -86,19 +72,12 @@ TYPED_TEST(LocalFrameTest, Properties_NormalizeVector) {
   EXPECT_TRUE(std::isnan(bad[0]));
   EXPECT_EQ(bad[1], T(1));
   EXPECT_EQ(bad[2], T(2));
-}
-
-TEST(LocalFrameFloatTest, Regression_FloatNormalizeMatchesDoubleLengthRounded) {
-  // The float overload takes the length in double: components whose float squares would
-  // overflow still normalise.
-  float big[3] = {3e20f, 4e20f, 0};
-  NormalizeVector(big);
-  EXPECT_NEAR(big[0], 0.6f, 1e-7f);
-  EXPECT_NEAR(big[1], 0.8f, 1e-7f);
-  float tiny[3] = {3e-30f, 4e-30f, 0};  // float squares would underflow to 0
-  NormalizeVector(tiny);
-  EXPECT_NEAR(tiny[0], 0.6f, 1e-7f);
-  EXPECT_NEAR(tiny[1], 0.8f, 1e-7f);
+  // The length is taken in double: float squares of these would overflow or underflow.
+  for (T scale : {T(1e20), T(1e-30)}) {
+    T v[3] = {3 * scale, 4 * scale, 0};
+    NormalizeVector(v);
+    EXPECT_TRUE(qvtest::Near3(qvtest::ToV3(v), {0.6, 0.8, 0}, 1e-7)) << scale;
+  }
 }
 
 TEST(LocalFrameCoordTest, Properties_CoordinatesReconstructProjection) {

@@ -9,28 +9,12 @@
 #include <vector>
 
 #include <qvmath/geometry/dist_point_segment.h>
+#include <qvmath/geometry/point_to_face_projector.h>
 
 #include "test_util.h"
 
 using REmath::Point3D;
 using REmath::Point3D_d;
-
-namespace {
-
-double Dist2(const Point3D_d& a, const Point3D_d& b) {
-  const double x = a.x() - b.x(), y = a.y() - b.y(), z = a.z() - b.z();
-  return x * x + y * y + z * z;
-}
-
-// The point of the polyline at parameter s (s = i + t on the segment from V[i] to V[i + 1]).
-Point3D_d AtParam(const std::vector<Point3D_d>& v, double s) {
-  const int i = std::min(int(s), int(v.size()) - 2);
-  const double t = s - i;
-  return Point3D_d(v[i].x() + t * (v[i + 1].x() - v[i].x()), v[i].y() + t * (v[i + 1].y() - v[i].y()),
-                   v[i].z() + t * (v[i + 1].z() - v[i].z()));
-}
-
-}  // namespace
 
 TEST(CProjectorToPolylineTest, Regions_CornerExample) {
   CProjectorToPolyline pl;
@@ -59,35 +43,6 @@ TEST(CProjectorToPolylineTest, Regions_EqualSegmentsGoToTheFirst) {
   EXPECT_EQ(q.x(), -1.0);
 }
 
-TEST(CProjectorToPolylineTest, Properties_NearestPointAgreesWithDenseSampling) {
-  qvtest::TestRng rng(5361);
-  SCOPED_TRACE(rng.Trace());
-  for (int trial = 0; trial < 60; ++trial) {
-    std::vector<Point3D_d> v;
-    const int n = rng.Int(2, 12);
-    for (int k = 0; k < n; ++k)
-      v.emplace_back(rng.Uniform(-5, 5), rng.Uniform(-5, 5), rng.Uniform(-5, 5));
-    CProjectorToPolyline pl;
-    for (const auto& p : v) pl.AddPoint(p);
-    for (int query = 0; query < 10; ++query) {
-      const Point3D_d p(rng.Uniform(-7, 7), rng.Uniform(-7, 7), rng.Uniform(-7, 7));
-      Point3D_d q;
-      double param = -1;
-      ASSERT_TRUE(pl.projectPoint(p, q, param));
-      ASSERT_GE(param, 0.0); ASSERT_LE(param, n - 1.0);
-      // q is the polyline's point at param.
-      const Point3D_d at = AtParam(v, param);
-      EXPECT_NEAR(Dist2(at, q), 0.0, 1e-20);
-      // No sample of the polyline is nearer (1000 samples per segment, the ends included).
-      double sampled = HUGE_VAL;
-      for (int s = 0; s <= 1000 * (n - 1); ++s)
-        sampled = std::min(sampled, Dist2(AtParam(v, s / 1000.0), p));
-      EXPECT_LE(Dist2(q, p), sampled * (1 + 1e-12) + 1e-24);
-      EXPECT_GE(std::sqrt(Dist2(q, p)), std::sqrt(sampled) - 0.01);  // segments up to 17.4 long
-    }
-  }
-}
-
 TEST(CProjectorToPolylineTest, Degenerate_EmptyAndSingleVertex) {
   CProjectorToPolyline pl;
   Point3D_d q(7, 7, 7);
@@ -103,24 +58,6 @@ TEST(CProjectorToPolylineTest, Degenerate_EmptyAndSingleVertex) {
   q = Point3D_d(7, 7, 7);
   EXPECT_FALSE(pl.projectPoint(Point3D_d(NAN, 0, 0), q, param));
   EXPECT_EQ(q.x(), 7.0);
-}
-
-TEST(CProjectorToPolylineTest, Properties_CopiesAreDeepAndFloatPointsWiden) {
-  CProjectorToPolyline pl;
-  pl.SetPoints({Point3D_d(0, 0, 0), Point3D_d(0.1f, 0, 0)});
-  std::unique_ptr<IPointToGeomObjProjector> c(pl.Copy());
-  auto* copy = dynamic_cast<CProjectorToPolyline*>(c.get());
-  ASSERT_NE(copy, nullptr);
-  CProjectorToPolyline byCtor(pl);
-  pl.AddPoint(Point3D_d(5, 5, 5));
-  EXPECT_EQ(copy->GetPoints().size(), 2u);
-  EXPECT_EQ(byCtor.GetPoints().size(), 2u);
-  // A float point is widened exactly: 0.1f projects onto the end 0.1f with parameter 1.
-  Point3D_d q;
-  double param = -1;
-  ASSERT_TRUE(copy->projectPoint(Point3D(0.1f, 0.0f, 0.0f), q, param));
-  EXPECT_EQ(param, 1.0);
-  EXPECT_EQ(q.x(), double(0.1f));
 }
 
 TEST(CProjectorToPolylineTest, Properties_SameAnswerAsTheFullSegmentScan) {
@@ -165,4 +102,33 @@ TEST(CProjectorToPolylineTest, Properties_SameAnswerAsTheFullSegmentScan) {
       }
     }
   }
+}
+
+// The projector bases: the float overload widens exactly, the two-argument projection of
+// the geometry-object base reaches the curve hook, and hooks left alone fail without
+// touching the outputs (a bare object cannot be copied).
+TEST(CProjectorToPolylineTest, Properties_BaseEntryPointsAndDefaultHooks) {
+  CProjectorToPolyline pl;
+  pl.SetPoints({Point3D_d(0, 0, 0), Point3D_d(4, 0, 0)});
+  Point3D_d q, qd;
+  double param = -1, paramD = -2;
+  ASSERT_TRUE(pl.projectPoint(Point3D(0.1f, 0.2f, 0.3f), q, param));
+  ASSERT_TRUE(pl.projectPoint(Point3D_d(0.1f, 0.2f, 0.3f), qd, paramD));
+  EXPECT_EQ(param, paramD);
+  EXPECT_EQ(q.x(), double(0.1f));
+  IPointToGeomObjProjector& base = pl;
+  ASSERT_TRUE(base.projectPoint(Point3D_d(3, 1, 0), q));
+  EXPECT_EQ(q.x(), 3.0);
+
+  struct BareCurve : IPointToCurveProjector {} curve;
+  struct BareFace : IPointToFaceProjector {} face;
+  struct BareObject : IPointToGeomObjProjector {} object;
+  q = Point3D_d(7, 7, 7);
+  EXPECT_FALSE(curve.projectPoint(Point3D_d(1, 2, 3), q, param));
+  EXPECT_FALSE(curve.projectPoint(Point3D(1, 2, 3), q, param));
+  EXPECT_FALSE(static_cast<IPointToGeomObjProjector&>(curve).projectPoint(Point3D_d(), q));
+  EXPECT_FALSE(static_cast<IPointToGeomObjProjector&>(face).projectPoint(Point3D_d(), q));
+  EXPECT_FALSE(object.projectPoint(Point3D_d(), q));
+  EXPECT_EQ(q.x(), 7.0);
+  EXPECT_EQ(object.Copy(), nullptr);
 }

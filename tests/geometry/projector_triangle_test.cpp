@@ -105,31 +105,6 @@ TEST(CProjectorTriangleTest, Properties_FramePutsTheTriangleInZ0) {
   }
 }
 
-TEST(CProjectorTriangleTest, Regions_PrecalculationAndCopies) {
-  CProjectorTriangle fresh;
-  EXPECT_FALSE(fresh.IsPreCalced());
-  EXPECT_EQ(fresh.GetMaxSideLen2(), 0.0);
-  const float p[3] = {0.5f, 0.5f, 2};
-  // Before any precalculation the cached values are those of the all-zero triangle.
-  EXPECT_EQ(fresh.DistToTriangle2Precalced(p), 4.5f);
-
-  CProjectorTriangle pt(Point3D(0, 0, 0), Point3D(2, 0, 0), Point3D(0, 2, 0));
-  EXPECT_FALSE(pt.IsPreCalced());
-  EXPECT_FLOAT_EQ(pt.DistToTriangle2(p), 4.0f);  // over the face: z² = 4
-  EXPECT_TRUE(pt.IsPreCalced());
-  const CProjectorTriangle copy = pt;  // the flag and the cache travel with the copy
-  EXPECT_TRUE(copy.IsPreCalced());
-  EXPECT_FLOAT_EQ(copy.DistToTriangle2Precalced(p), 4.0f);
-
-  // New vertices clear the flag; the precalculated query keeps answering from the old cache
-  // until the next precalculation, which DistToTriangle2 runs by itself.
-  pt.SetTriangle(Point3D(0, 0, 10), Point3D(2, 0, 10), Point3D(0, 2, 10));
-  EXPECT_FALSE(pt.IsPreCalced());
-  EXPECT_FLOAT_EQ(pt.DistToTriangle2Precalced(p), 4.0f);
-  EXPECT_FLOAT_EQ(pt.DistToTriangle2(p), 64.0f);
-  EXPECT_TRUE(pt.IsPreCalced());
-}
-
 TEST(CProjectorTriangleTest, Degenerate_ZeroAreaTrianglesMeasureTheirEdges) {
   qvtest::TestRng rng(5383);
   SCOPED_TRACE(rng.Trace());

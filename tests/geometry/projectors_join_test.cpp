@@ -68,33 +68,6 @@ TEST(CProjectorsJoinTest, Degenerate_AllFailingOrEmptyLeavesQ) {
   EXPECT_EQ(q.x(), 5.0);
 }
 
-TEST(CProjectorsJoinTest, Properties_OwnershipAndCopies) {
-  int alive = 0;
-  {
-    CProjectorsJoin join;
-    join.AddProjectorWithOwnerShip(new Fixed(Point3D_d(0, 1, 0), true, false, &alive));  // no copy
-    join.AddProjectorWithOwnerShip(new Fixed(Point3D_d(0, 2, 0), true, true, &alive));
-    EXPECT_EQ(alive, 2);
-    std::unique_ptr<IPointToGeomObjProjector> c(join.Copy());
-    auto* copy = dynamic_cast<CProjectorsJoin*>(c.get());
-    ASSERT_NE(copy, nullptr);
-    EXPECT_EQ(copy->GetProjectorsCount(), 1u);  // the non-copyable one is dropped
-    EXPECT_EQ(alive, 3);
-    Point3D_d q;
-    ASSERT_TRUE(copy->projectPoint(Point3D_d(0, 0, 0), q));
-    EXPECT_EQ(q.y(), 2.0);
-    CProjectorsJoin byCtor(join), assigned;
-    assigned.AddProjectorWithOwnerShip(new Fixed(Point3D_d(0, 9, 0), true, true, &alive));
-    assigned = join;  // the old projector is deleted, a copy taken
-    EXPECT_EQ(byCtor.GetProjectorsCount(), 1u);
-    EXPECT_EQ(assigned.GetProjectorsCount(), 1u);
-    EXPECT_EQ(alive, 5);
-    c.reset();
-    EXPECT_EQ(alive, 4);
-  }
-  EXPECT_EQ(alive, 0);  // every owned projector deleted with its join
-}
-
 TEST(CProjectorsJoinTest, Properties_JoinOfPolylinesEqualsTheirUnion) {
   // Two pieces of one polyline in a join answer like the pieces' nearest.
   qvtest::TestRng rng(5371);

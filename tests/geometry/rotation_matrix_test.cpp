@@ -33,42 +33,6 @@ void ExpectSame(const CRotationMatrix& a, const CRotationMatrix& b) {
     for (int j = 0; j < 3; ++j) EXPECT_EQ(a.m[i][j], b.m[i][j]) << i << "," << j;
 }
 
-TEST(RotationMatrixTest, Basics_DefaultIsIdentityAndConstants) {
-  const CRotationMatrix def;
-  for (int i = 0; i < 3; ++i)
-    for (int j = 0; j < 3; ++j) {
-      EXPECT_EQ(def.m[i][j], i == j ? 1.0 : 0.0);
-      EXPECT_EQ(CRotationMatrix::Zero().m[i][j], 0.0);
-    }
-  ExpectSame(def, CRotationMatrix::Identity());
-  // The constants are shared objects.
-  EXPECT_EQ(&CRotationMatrix::Identity(), &CRotationMatrix::Identity());
-  static_assert(sizeof(CRotationMatrix) == 9 * sizeof(double), "nine doubles, nothing else");
-}
-
-TEST(RotationMatrixTest, Basics_RowsColumnsAndTranspose) {
-  const Point3D_d r0(1.0, 2.0, 3.0), r1(4.0, 5.0, 6.0), r2(7.0, 8.0, 9.5);
-  const CRotationMatrix byRows = CRotationMatrix::buildFromRows(r0, r1, r2);
-  const CRotationMatrix byCols = CRotationMatrix::buildFromColumns(r0, r1, r2);
-  EXPECT_EQ(byRows.m[0][1], 2.0);  // row-major: m[row][col]
-  EXPECT_EQ(byRows.m[2][2], 9.5);
-  ExpectSame(byRows.getTransposed(), byCols);
-  CRotationMatrix t = byRows;
-  t.transpose();
-  ExpectSame(t, byCols);
-  t.transpose();
-  ExpectSame(t, byRows);
-  EXPECT_EQ(byRows.getRow(1).y(), 5.0);
-  EXPECT_EQ(byRows.getColumn(2).x(), 3.0);
-  EXPECT_EQ(byCols.getColumn(1).z(), 6.0);
-  CRotationMatrix s;
-  s.setRow(2, r0);
-  s.setColumn(0, r1);  // overwrites s.m[2][0] written by setRow
-  EXPECT_EQ(s.m[2][0], 6.0);
-  EXPECT_EQ(s.m[2][1], 2.0);
-  EXPECT_EQ(s.m[1][1], 1.0);
-}
-
 TEST(RotationMatrixTest, Basics_ArithmeticQuirks) {
   const double a[3][3] = {{1, 2, 3}, {4, 5, 6}, {7, 8, 9}};
   const CRotationMatrix m(a);

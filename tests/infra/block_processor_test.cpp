@@ -245,43 +245,12 @@ TEST(BlockProcessor, Regions_PreconditionsComeBeforeAnyHook) {
   EXPECT_EQ(p.CurrentPassNo(), -1);
 }
 
-TEST(BlockProcessor, Regions_ThreadSettings) {
-  LineStructure s(1);
-  TestProcessor p(s, 1);
-  EXPECT_FALSE(p.IsUseParallelThreads());
-  p.SetNParralelThreads(3);
-  EXPECT_TRUE(p.IsUseParallelThreads());
-  p.SetNParralelThreads(1);
-  EXPECT_FALSE(p.IsUseParallelThreads());
-  p.SetNParralelThreads(4);
-  p.SetUseParallelThreads(false);
-  EXPECT_EQ(p.GetNParralelThreads(), 1);
-  EXPECT_FALSE(p.IsUseParallelThreads());
-}
-
 namespace {
 // A processor whose factory fails.
 struct NoWorkers : CBlockProcessor {
   CBlockWorker* CreateWorker(bool) override { return nullptr; }
 };
 }  // namespace
-
-TEST(BlockProcessor, Regions_CopiesAndAFailingFactory) {
-  LineStructure s(3);
-  NoWorkers p;
-  p.SetBlockStructure(&s);
-  p.SetNPasses(2);
-  p.SetNParralelThreads(2);
-  NoWorkers copy(p);
-  EXPECT_EQ(copy.GetBlockStructure(), &s);
-  EXPECT_EQ(copy.GetNPasses(), 2);
-  EXPECT_TRUE(copy.IsUseParallelThreads());
-  EXPECT_NE(copy.GetBlockCritSect(), p.GetBlockCritSect());
-  EXPECT_NE(copy.GetAbortEvent(), p.GetAbortEvent());
-  EXPECT_THROW(p.Run(), CKorvaException);
-  p.SetUseParallelThreads(false);
-  EXPECT_THROW(p.Run(), CKorvaException);
-}
 
 TEST(BlockProcessor, Regions_HooksPassesAndLastPass) {
   for (int threads : {0, 2}) {
@@ -332,21 +301,6 @@ TEST(BlockProcessor, Properties_ParallelResultEqualsSerial) {
       p.Run();
       EXPECT_EQ(p.data, serial.data) << threads << " threads, gap " << gap;
     }
-}
-
-TEST(BlockProcessor, Properties_ForbiddenNeighboursNeverOverlap) {
-  qvtest::TestRng rng(4242);
-  SCOPED_TRACE(rng.Trace());
-  for (int gap : {1, 2}) {
-    const int n = 60;
-    LineStructure s(n, gap);
-    TestProcessor p(s, n);
-    for (int& c : p.costUs) c = rng.Int(0, 300);
-    Configure(p, 3);
-    p.SetNPasses(2);
-    p.Run();
-    p.ExpectCleanSchedule(2, n);
-  }
 }
 
 TEST(BlockProcessor, Regions_HandOutNeverRepeatsABlock) {
@@ -505,27 +459,6 @@ TEST(BlockProcessor, Regions_AbortAndUserBreak) {
   EXPECT_THROW(p.Run(), EBlockAlgError);
   EXPECT_GE(p.interrupted.load(), 1);
   EXPECT_EQ(p.workersAlive.load(), 0);
-}
-
-TEST(BlockProcessor, Properties_ProgressIsMonotoneAndComplete) {
-  for (int threads : {0, 3}) {
-    LineStructure s(25, 1);
-    TestProcessor p(s, 25);
-    Configure(p, threads);
-    p.SetNPasses(2);
-    p.reportSteps = 5;
-    for (int& c : p.costUs) c = 100;
-    CProgressCounter pc;
-    Recorder rec;
-    rec.Attach(pc);
-    p.SetProgressCounter(&pc);
-    p.Run();
-    ASSERT_FALSE(rec.seen.empty());
-    EXPECT_EQ(rec.seen.front(), 0);
-    EXPECT_EQ(rec.seen.back(), 100);
-    EXPECT_TRUE(std::is_sorted(rec.seen.begin(), rec.seen.end()));
-    EXPECT_EQ(pc.GetPhaseDepth(), 0);
-  }
 }
 
 // Hundreds of runs with random sizes, costs, rules, thread counts and injected failures:

@@ -3,6 +3,7 @@
 #include <qvmath/infra/block_worker.h>
 #include <qvmath/infra/progress_counter.h>
 
+#include <atomic>
 #include <memory>
 #include <thread>
 
@@ -40,24 +41,6 @@ bool FreeForOtherThreads(CKorvaCritSection* section) {
 }
 
 }  // namespace
-
-TEST(BlockWorker, Degenerate_NullManager) {
-  CountingWorker own(nullptr, true);
-  EXPECT_NE(own.GetProgressCounter(), nullptr);
-  EXPECT_TRUE(own.OwnsProgressCounter());
-  EXPECT_EQ(own.GetManager(), nullptr);
-  EXPECT_EQ(own.GetReadBlockSect(), nullptr);
-  EXPECT_EQ(own.GetIdleWorkerEvent(), nullptr);
-  EXPECT_EQ(own.GetWorkerWakeUpEvent(), nullptr);
-  EXPECT_EQ(own.GetWorkerAbortEvent(), nullptr);
-  own.Work();  // nothing to do without a manager
-  own.ReturnBlockToManager(Block_iter());
-  qvtest::LineBlock block(0);
-  EXPECT_TRUE(own.BlockInit(block, nullptr));
-  EXPECT_TRUE(own.BlockInitUnshared(block, nullptr));
-  CountingWorker shared(nullptr, false);
-  EXPECT_EQ(shared.GetProgressCounter(), nullptr);
-}
 
 TEST(BlockWorker, Regions_CountersEventsAndSections) {
   Manager m;
@@ -131,4 +114,44 @@ TEST(BlockWorker, Regions_IdleWorkerWaitsForWakeUpOrAbort) {
   u.join();
   EXPECT_EQ(v.processed, 0);
   m.UnLockBlock(again, nullptr);
+}
+
+namespace {
+
+// Counts, per call of BlockInitUnshared, whether the block lock was free for other threads
+// and whether the worker's read section was held.
+struct ProbeManager : CBlockProcessor {
+  CBlockWorker* CreateWorker(bool threaded) override;
+  std::atomic<int> calls{0}, blockLockFree{0}, readHeld{0};
+};
+
+struct ProbingWorker : CountingWorker {
+  using CountingWorker::CountingWorker;
+  bool BlockInitUnshared(IKorvaFragmentDescriptor_Old&, IKorvaFragment_Old*) override {
+    auto* m = static_cast<ProbeManager*>(GetManager());
+    ++m->calls;
+    m->blockLockFree += FreeForOtherThreads(m->GetBlockCritSect());
+    m->readHeld += !FreeForOtherThreads(GetReadBlockSect());
+    return true;
+  }
+};
+
+CBlockWorker* ProbeManager::CreateWorker(bool threaded) {
+  return new ProbingWorker(this, threaded);
+}
+
+}  // namespace
+
+// Unless the processor asks for it, BlockInitUnshared runs under the worker's own read
+// section only: the block lock stays free for the other threads meanwhile.
+TEST(BlockWorker, Regions_UnsharedInitHoldsOnlyTheReadSection) {
+  LineStructure s(6, 0);
+  ProbeManager m;
+  m.SetBlockStructure(&s);
+  m.SetNParralelThreads(2);
+  m.SetUseParallelThreads(true);
+  EXPECT_EQ(m.Run(), 0);
+  EXPECT_EQ(m.calls.load(), 6);
+  EXPECT_EQ(m.blockLockFree.load(), 6);
+  EXPECT_EQ(m.readHeld.load(), 6);
 }

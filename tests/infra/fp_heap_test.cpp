@@ -141,42 +141,6 @@ TEST(FpHeapTest, Ties_OrderFollowsTheSiftRules) {
   EXPECT_EQ(l.getHeapPos(), 2);
 }
 
-TEST(FpHeapTest, Remove_LastEntryTwiceAndReplacementDirection) {
-  std::vector<Item> it(7);
-  CfpHeap heap(16);  // a capacity hint: the heap starts empty
-  EXPECT_EQ(heap.size(), 0);
-  const double keys[7] = {70, 60, 50, 40, 30, 20, 10};  // already a heap, in place
-  for (int i = 0; i < 7; ++i) heap.insert(&it[i], keys[i]);
-  for (int i = 0; i < 7; ++i) EXPECT_EQ(it[i].getHeapPos(), i);
-  // The last entry goes without moving anything.
-  EXPECT_EQ(heap.remove(&it[6]), &it[6]);
-  for (int i = 0; i < 6; ++i) EXPECT_EQ(it[i].getHeapPos(), i);
-  EXPECT_EQ(heap.remove(&it[6]), nullptr);
-  // Removing 60 (index 1) brings 20 there, which sinks below 40.
-  EXPECT_EQ(heap.remove(&it[1]), &it[1]);
-  EXPECT_EQ(it[3].getHeapPos(), 1);
-  EXPECT_EQ(it[5].getHeapPos(), 3);
-
-  // A removed key smaller than the replacement's makes the replacement climb:
-  // [100, 10, 90, 5, 4, 80, 85]; removing 5 (index 3) lifts 85 above 10.
-  std::vector<Item> u(7);
-  CfpHeap up;
-  const double upKeys[7] = {100, 10, 90, 5, 4, 80, 85};
-  for (int i = 0; i < 7; ++i) up.insert(&u[i], upKeys[i]);
-  for (int i = 0; i < 7; ++i) ASSERT_EQ(u[i].getHeapPos(), i);
-  EXPECT_EQ(up.remove(&u[3]), &u[3]);
-  EXPECT_EQ(u[6].getHeapPos(), 1);
-  EXPECT_EQ(u[1].getHeapPos(), 3);
-  EXPECT_EQ(u[0].getHeapPos(), 0);
-
-  // An element queued in another heap is not in this one: nothing changes.
-  EXPECT_EQ(up.remove(&it[2]), nullptr);
-  EXPECT_EQ(heap.remove(&u[0]), nullptr);
-  up.update(&it[0], -1.0);
-  EXPECT_EQ(it[0].getHeapKey(), 70.0);
-  EXPECT_EQ(it[2].getHeapPos(), 2);
-}
-
 TEST(FpHeapTest, Misuse_NullsDoubleInsertAndCopies) {
   CfpHeap heap;
   Item a, b;

@@ -79,31 +79,6 @@ TEST(MultiPhaseManager, Properties_RandomWeightsTileTheCounterRange) {
   }
 }
 
-TEST_F(MultiPhaseManagerTest, Regions_NamesAndSwitching) {
-  CMultiPhaseManager mgr(&pc);
-  mgr.RegisterPhase("a", 1.0);
-  mgr.RegisterPhase("b", 1.0);
-  mgr.StartPhase("unknown");
-  EXPECT_EQ(pc.GetPhaseDepth(), 0);
-  mgr.FinishPhase("unknown");
-  EXPECT_TRUE(rec.seen.empty());
-
-  mgr.StartPhase("a");
-  pc.SetPosFloat(0.2);  // 10
-  mgr.StartPhase("b");  // closes "a" silently (no 50), opens [50, 100]
-  EXPECT_EQ(pc.GetPhaseDepth(), 1);
-  mgr.FinishPhase("a");  // the name is not looked at: finishes "b"
-  EXPECT_EQ(rec.seen, (std::vector<int>{0, 10, 50, 100}));
-  EXPECT_EQ(pc.GetPhaseDepth(), 0);
-
-  // A re-registered name refers to the new phase; the old one keeps its share.
-  mgr.RegisterPhase("a", 2.0);
-  EXPECT_EQ(mgr.GetRegisteredPhaseNumber(), 3);
-  mgr.StartPhase("a");
-  EXPECT_EQ(pc.GetStart(), 50.0);
-  EXPECT_EQ(pc.GetStep(), 50.0);
-}
-
 TEST(MultiPhaseManager, Degenerate_NullCounterAndNoPositiveWeight) {
   CMultiPhaseManager none(nullptr);
   none.RegisterPhase("a", 1.0);
@@ -118,17 +93,6 @@ TEST(MultiPhaseManager, Degenerate_NullCounterAndNoPositiveWeight) {
   zero.StartPhase("a");
   zero.StartPhase("b");
   EXPECT_EQ(pc.GetPhaseDepth(), 0);
-}
-
-TEST_F(MultiPhaseManagerTest, Regions_DestructorClosesRunningPhaseWithoutReport) {
-  {
-    CMultiPhaseManager mgr(&pc);
-    mgr.RegisterPhase("a", 1.0);
-    mgr.RegisterPhase("b", 1.0);
-    mgr.StartPhase("b");
-  }
-  EXPECT_EQ(pc.GetPhaseDepth(), 0);
-  EXPECT_EQ(rec.seen, (std::vector<int>{50}));
 }
 
 TEST_F(MultiPhaseManagerTest, Regions_CancellationLeavesNoPhaseBehind) {

@@ -86,19 +86,6 @@ TEST_F(ReplacerTest, Regions_StopRequestReachesInnerCounterWithSavedContext) {
   EXPECT_EQ(outer.seen, (std::vector<int>{24, 44}));
 }
 
-TEST_F(ReplacerTest, Degenerate_NullContextAndNoSavedCallback) {
-  CProgressCounter::SetGlobalCallback(nullptr);
-  Outer outer;
-  CSubPhaseCallBackReplacer rep(0, 100, &outer, true);
-  auto* forward = CSubPhaseCallBackReplacer::GetCallBack();
-  EXPECT_EQ(forward(50, &rep), 0);  // nothing saved to forward to
-  CProgressCounter::SetGlobalCallback(&Outer::Callback);
-  CSubPhaseCallBackReplacer rep2(0, 100, &outer, true);
-  EXPECT_EQ(forward(50, nullptr), 0);
-  EXPECT_TRUE(outer.seen.empty());
-  EXPECT_TRUE(rep.IsVisible());
-}
-
 TEST_F(ReplacerTest, Regions_NestedReplacersRestoreInReverseOrder) {
   CProgressCounter::SetGlobalCallback(&Outer::Callback);
   Outer outer;
