@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include <qvmath/optim/rounding.h>
+#include <qvmath/core/rounding.h>
 
 namespace {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/optim/rounding.h>
+#include <qvmath/core/rounding.h>
 
 #include <climits>
 #include <cmath>
