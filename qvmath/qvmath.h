@@ -43,6 +43,7 @@
 #include <qvmath/geometry/contour_corners.h>
 #include <qvmath/geometry/contour_normal.h>
 #include <qvmath/geometry/contour_self_intersections.h>
+#include <qvmath/geometry/dist_batch.h>
 #include <qvmath/geometry/dist_point_line.h>
 #include <qvmath/geometry/dist_point_segment.h>
 #include <qvmath/geometry/dist_point_triangle.h>
