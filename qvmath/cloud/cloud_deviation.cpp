@@ -7,6 +7,7 @@
 #include <qvmath/infra/progress_counter.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cmath>
 #include <limits>
 #include <stdexcept>
@@ -17,27 +18,66 @@ namespace {
 
 constexpr int kBlockSize = 4096;
 
+bool Finite(const Point3D& p) {
+  return std::isfinite(p.x()) && std::isfinite(p.y()) && std::isfinite(p.z());
+}
+
+// The finite points in Morton order of their cells in a 1024³ grid over their box (ties by
+// index). Neighbours in this order are mostly neighbours in space, so each point's search
+// starts from the previous point's triangle and touches memory the previous one warmed.
+std::vector<std::int32_t> SpatialOrder(const std::vector<Point3D>& pts) {
+  float lo[3], hi[3];
+  for (int c = 0; c < 3; ++c) {
+    lo[c] = std::numeric_limits<float>::infinity();
+    hi[c] = -lo[c];
+  }
+  for (const Point3D& p : pts)
+    if (Finite(p))
+      for (int c = 0; c < 3; ++c) {
+        lo[c] = std::min(lo[c], p.asArray()[c]);
+        hi[c] = std::max(hi[c], p.asArray()[c]);
+      }
+  double scale[3];
+  for (int c = 0; c < 3; ++c) scale[c] = hi[c] > lo[c] ? 1023.0 / (double(hi[c]) - lo[c]) : 0.0;
+  auto spread = [](std::uint64_t x) {  // bits 0..9 to every third bit
+    x = (x | (x << 16)) & 0x030000FFull;
+    x = (x | (x << 8)) & 0x0300F00Full;
+    x = (x | (x << 4)) & 0x030C30C3ull;
+    x = (x | (x << 2)) & 0x09249249ull;
+    return x;
+  };
+  std::vector<std::uint64_t> keys;
+  keys.reserve(pts.size());
+  for (std::size_t i = 0; i < pts.size(); ++i) {
+    if (!Finite(pts[i])) continue;
+    std::uint64_t code = 0;
+    for (int c = 0; c < 3; ++c) {
+      const double q = (double(pts[i].asArray()[c]) - lo[c]) * scale[c];
+      code |= spread(std::uint64_t(std::min(std::max(q, 0.0), 1023.0))) << c;
+    }
+    keys.push_back(code << 32 | std::uint64_t(i));
+  }
+  std::sort(keys.begin(), keys.end());
+  std::vector<std::int32_t> order(keys.size());
+  for (std::size_t k = 0; k < keys.size(); ++k) order[k] = std::int32_t(keys[k] & 0xFFFFFFFFu);
+  return order;
+}
+
 class DeviationKernel : public detail::IBlockKernel {
  public:
-  DeviationKernel(const CPointCloud& cloud, const CTriangleMesh& mesh,
-                  const detail::CTriangleBvh& bvh, CCloudDeviation& out)
-      : m_pts(cloud.Positions()), m_mesh(mesh), m_bvh(bvh), m_out(out) {}
+  DeviationKernel(const CPointCloud& cloud, const std::vector<std::int32_t>& order,
+                  const CTriangleMesh& mesh, const detail::CTriangleBvh& bvh, CCloudDeviation& out)
+      : m_pts(cloud.Positions()), m_order(order), m_mesh(mesh), m_bvh(bvh), m_out(out) {}
 
   void ProcessRange(int begin, int end, int /*slot*/) override {
-    const float nan = std::numeric_limits<float>::quiet_NaN();
     const auto& v = m_mesh.Vertices();
-    for (int i = begin; i < end; ++i) {
-      const std::size_t k = std::size_t(i);
+    int hint = -1;
+    for (int s = begin; s < end; ++s) {
+      const std::size_t k = std::size_t(m_order[std::size_t(s)]);
       const float* p = m_pts[k].asArray();
       float d2, foot[3];
       int t = -1;
-      const bool finite = std::isfinite(p[0]) && std::isfinite(p[1]) && std::isfinite(p[2]);
-      if (!finite || !m_bvh.Nearest(p, d2, foot, t)) {
-        m_out.distance[k] = nan;
-        m_out.nearest[k] = Point3D(nan);
-        m_out.triangle[k] = -1;
-        continue;
-      }
+      if (!m_bvh.Nearest(p, d2, foot, t, hint)) continue;  // stays NaN, -1
       // The sign by the triangle's own normal (B − A) × (C − A); the query's internal
       // normal has the opposite orientation, so it is not reused.
       const CTriangleMesh::Triangle& tri = m_mesh.Triangles()[std::size_t(t)];
@@ -56,6 +96,7 @@ class DeviationKernel : public detail::IBlockKernel {
 
  private:
   const std::vector<Point3D>& m_pts;
+  const std::vector<std::int32_t>& m_order;
   const CTriangleMesh& m_mesh;
   const detail::CTriangleBvh& m_bvh;
   CCloudDeviation& m_out;
@@ -126,13 +167,15 @@ void ComputeCloudDeviation(const CPointCloud& cloud, const CTriangleMesh& mesh,
     bvh.Build(mesh);
   }
   const std::size_t n = std::size_t(cloud.Size());
-  out.distance.assign(n, 0.0f);
-  out.nearest.assign(n, Point3D(0.0f));
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  out.distance.assign(n, nan);
+  out.nearest.assign(n, Point3D(nan));
   out.triangle.assign(n, -1);
   {
     CPrgCntSubPhase phase(progress, 0.05, 0.95, CPrgCntSubPhase::PhaseFloat);
-    DeviationKernel kernel(cloud, mesh, bvh, out);
-    detail::RunBlocks(cloud.Size(), kBlockSize, detail::ResolveThreadCount(params.nThreads),
+    const std::vector<std::int32_t> order = SpatialOrder(cloud.Positions());
+    DeviationKernel kernel(cloud, order, mesh, bvh, out);
+    detail::RunBlocks(int(order.size()), kBlockSize, detail::ResolveThreadCount(params.nThreads),
                       progress, kernel);
   }
   ComputeDeviationStats(out.distance, params, out.stats);

@@ -58,12 +58,36 @@ void CTriangleBvh::Build(const CTriangleMesh& mesh) {
   m_nodes.reserve(std::size_t(2 * (n / kLeafSize + 1)));
   m_nodes.resize(1);
   BuildNode(0, 0, n, centroids);
-  m_corners.resize(9 * std::size_t(n));
-  for (std::size_t s = 0; s < std::size_t(n); ++s)
+  // Leaves renumbered and their slots padded to four.
+  std::vector<std::int32_t> sorted;
+  sorted.swap(m_ids);
+  int leaves = 0;
+  for (Node& nd : m_nodes)
+    if (nd.count > 0) {
+      const int begin = nd.first;
+      nd.first = leaves++;
+      for (int k = 0; k < kLeafSize; ++k)
+        m_ids.push_back(sorted[std::size_t(begin + (k < nd.count ? k : 0))]);
+    }
+  m_corners.resize(9 * m_ids.size());
+  for (std::size_t s = 0; s < m_ids.size(); ++s)
     for (int k = 0; k < 3; ++k)
       for (int c = 0; c < 3; ++c)
         m_corners[9 * s + std::size_t(3 * k + c)] =
             v[std::size_t(t[std::size_t(m_ids[s])][std::size_t(k)])].asArray()[c];
+#if defined(__SSE2__)
+  m_lanes.resize(std::size_t(leaves));
+  for (std::size_t L = 0; L < m_lanes.size(); ++L) {
+    const float* A[4];
+    const float* B[4];
+    const float* C[4];
+    for (std::size_t k = 0; k < 4; ++k) {
+      const float* c = &m_corners[9 * (4 * L + k)];
+      A[k] = c, B[k] = c + 3, C[k] = c + 6;
+    }
+    m_lanes[L] = lanes::PrepareTriangles(A, B, C);
+  }
+#endif
   // Boxes bottom-up from the corners (children follow their parent in m_nodes).
   for (int i = int(m_nodes.size()) - 1; i >= 0; --i) {
     Node& nd = m_nodes[std::size_t(i)];
@@ -78,7 +102,7 @@ void CTriangleBvh::Build(const CTriangleMesh& mesh) {
       }
     };
     if (nd.count > 0) {
-      for (int s = nd.first; s < nd.first + nd.count; ++s)
+      for (int s = 4 * nd.first; s < 4 * nd.first + nd.count; ++s)
         for (int k = 0; k < 3; ++k) {
           const float* x = &m_corners[9 * std::size_t(s) + std::size_t(3 * k)];
           grow(x, x);
@@ -132,7 +156,8 @@ void CTriangleBvh::BuildNode(int self, int begin, int end, const std::vector<flo
   BuildNode(left + 1, mid, end, centroids);
 }
 
-bool CTriangleBvh::Nearest(const float* p, float& d2, float* foot, int& triangle) const {
+bool CTriangleBvh::Nearest(const float* p, float& d2, float* foot, int& triangle,
+                           int& hint) const {
   if (m_nodes.empty()) return false;
   struct Entry {
     std::int32_t node;
@@ -143,21 +168,42 @@ bool CTriangleBvh::Nearest(const float* p, float& d2, float* foot, int& triangle
   float best = std::numeric_limits<float>::infinity();
   std::int32_t bestId = std::numeric_limits<std::int32_t>::max();
   float bestFoot[3] = {0, 0, 0};
-  bool found = false;
+  int bestSlot = -1;
+  if (hint >= 0 && std::size_t(hint) < m_ids.size()) {
+    const float* c = &m_corners[9 * std::size_t(hint)];
+    const float d = PointTriangle2Scalar(p, c, c + 3, c + 6, nullptr, bestFoot);
+    // A NaN distance bounds nothing; the search then starts unbounded.
+    if (!std::isnan(d)) best = d, bestId = m_ids[std::size_t(hint)], bestSlot = hint;
+  }
   stack[top++] = Entry{0, BoxDistance2(p, m_nodes[0].lo, m_nodes[0].hi)};
   while (top > 0) {
     const Entry e = stack[--top];
     if (e.d2 > best * kPruneSlack) continue;
     const Node& nd = m_nodes[std::size_t(e.node)];
     if (nd.count > 0) {
-      for (int s = nd.first; s < nd.first + nd.count; ++s) {
-        const float* c = &m_corners[9 * std::size_t(s)];
+      const int slot0 = 4 * nd.first;
+      alignas(16) float d[4], fx[4], fy[4], fz[4];
+#if defined(__SSE2__)
+      // The leaf's triangles in one lane query; each lane has the scalar body's bits.
+      lanes::V3 f;
+      _mm_store_ps(d, lanes::Triangle4<false, true>(m_lanes[std::size_t(nd.first)],
+                                                    lanes::Splat(p), nullptr, &f));
+      _mm_store_ps(fx, f.x);
+      _mm_store_ps(fy, f.y);
+      _mm_store_ps(fz, f.z);
+#else
+      for (int k = 0; k < nd.count; ++k) {
+        const float* c = &m_corners[9 * std::size_t(slot0 + k)];
         float f[3];
-        const float d = PointTriangle2Scalar(p, c, c + 3, c + 6, nullptr, f);
-        const std::int32_t id = m_ids[std::size_t(s)];
-        if (d < best || (d == best && id < bestId)) {
-          best = d, bestId = id, found = true;
-          bestFoot[0] = f[0], bestFoot[1] = f[1], bestFoot[2] = f[2];
+        d[k] = PointTriangle2Scalar(p, c, c + 3, c + 6, nullptr, f);
+        fx[k] = f[0], fy[k] = f[1], fz[k] = f[2];
+      }
+#endif
+      for (int k = 0; k < nd.count; ++k) {
+        const std::int32_t id = m_ids[std::size_t(slot0 + k)];
+        if (d[k] < best || (d[k] == best && id < bestId)) {
+          best = d[k], bestId = id, bestSlot = slot0 + k;
+          bestFoot[0] = fx[k], bestFoot[1] = fy[k], bestFoot[2] = fz[k];
         }
       }
       continue;
@@ -174,7 +220,8 @@ bool CTriangleBvh::Nearest(const float* p, float& d2, float* foot, int& triangle
       stack[top++] = Entry{nd.first + 1, dr};
     }
   }
-  if (!found) return false;
+  if (bestSlot < 0) return false;
+  hint = bestSlot;
   d2 = best;
   triangle = bestId;
   foot[0] = bestFoot[0], foot[1] = bestFoot[1], foot[2] = bestFoot[2];
