@@ -123,7 +123,9 @@
 #include <qvmath/cloud/cloud_normals.h>
 #include <qvmath/cloud/cloud_orientation.h>
 #include <qvmath/cloud/cloud_planes.h>
+#include <qvmath/cloud/cloud_reconstruct.h>
 #include <qvmath/cloud/cloud_samples.h>
 #include <qvmath/cloud/ply_io.h>
 #include <qvmath/cloud/point_cloud.h>
+#include <qvmath/cloud/triangle_mesh.h>
 #include <qvmath/cloud/xyz_io.h>
