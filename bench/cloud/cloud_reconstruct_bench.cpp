@@ -74,11 +74,12 @@ void SetEdgeCounters(benchmark::State& st, const CTriangleMesh& m) {
   st.counters["euler"] = double(e.euler);
 }
 
-// Arg: the cell size in units of the point spacing, times 10.
+// Args: the cell size in units of the point spacing, times 10; the blended neighbours.
 void BM_Reconstruct_QVmath(benchmark::State& st) {
   const CPointCloud& cloud = Scan();
   CReconstructParams p;
   p.spacingFactor = double(st.range(0)) / 10.0;
+  p.neighbours = int(st.range(1));
   CTriangleMesh mesh;
   CReconstructReport rep;
   for (auto _ : st) {
@@ -91,7 +92,7 @@ void BM_Reconstruct_QVmath(benchmark::State& st) {
   TruthCounters(st, vs);
   st.counters["sample_mean_dist"] = rep.meanDistance;
 }
-BENCHMARK(BM_Reconstruct_QVmath)->Arg(20)->Arg(30)->Unit(benchmark::kMillisecond)->Iterations(1);
+BENCHMARK(BM_Reconstruct_QVmath)->Args({20, 10})->Args({30, 10})->Args({30, 24})->Unit(benchmark::kMillisecond)->Iterations(1);
 
 #ifdef QVMATH_BENCH_OPEN3D
 // Arg: the octree depth.
