@@ -47,7 +47,8 @@ TEST(TriangleMesh, Regions_EdgeStatsOfSmallMeshes) {
     EXPECT_EQ(s.components, c.components);
     EXPECT_EQ(s.closed, c.closed);
   }
-  for (std::int32_t bad : {3, -1}) EXPECT_THROW(Mesh(3, {{0, bad, 2}}).EdgeStats(), std::invalid_argument);
+  for (std::int32_t bad : {3, -1})
+    EXPECT_THROW(Mesh(3, {{0, bad, 2}}).EdgeStats(), std::invalid_argument);
 }
 
 // Every encoding reads back to the same vertices and normals; the faces follow as lists of
