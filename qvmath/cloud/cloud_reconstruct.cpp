@@ -150,7 +150,8 @@ void SampleDistances(const CTriangleMesh& mesh, const std::vector<Point3D>& samp
   for (std::size_t v = 0; v < mesh.vertices.size(); ++v) start[v + 1] += start[v];
   std::vector<std::int32_t> fill(start.begin(), start.end() - 1);
   for (std::size_t t = 0; t < mesh.triangles.size(); ++t)
-    for (std::int32_t v : mesh.triangles[t]) incident[std::size_t(fill[std::size_t(v)]++)] = std::int32_t(t);
+    for (std::int32_t v : mesh.triangles[t])
+      incident[std::size_t(fill[std::size_t(v)]++)] = std::int32_t(t);
   std::vector<float> dist(samples.size());
   CSampleDistanceKernel kernel(mesh, vindex, start, incident, samples.data(), dist);
   detail::RunBlocks(int(samples.size()), kBlockSize, detail::ResolveThreadCount(params.nThreads),
@@ -185,7 +186,8 @@ void ReconstructCloudMesh(const CPointCloud& cloud, const CReconstructParams& pa
   for (int i = 0; i < cloud.Size(); ++i) {
     const Point3D& p = cloud.Positions()[std::size_t(i)];
     const Point3D& n = cloud.Normals()[std::size_t(i)];
-    const double len = std::sqrt(double(n.x()) * n.x() + double(n.y()) * n.y() + double(n.z()) * n.z());
+    const double len =
+        std::sqrt(double(n.x()) * n.x() + double(n.y()) * n.y() + double(n.z()) * n.z());
     if (!Finite(p) || !Finite(n) || !(len > 0.0)) continue;
     pos.push_back(p);
     nrm.emplace_back(float(n.x() / len), float(n.y() / len), float(n.z() / len));
@@ -277,7 +279,8 @@ void ReconstructCloudMesh(const CPointCloud& cloud, const CReconstructParams& pa
                                   float(pv.normal.z()));
         cover(mesh.vertices.back(), float(kCoverRadius * h));
       }
-      for (const auto& t : piece) mesh.triangles.push_back({t[0] + offset, t[1] + offset, t[2] + offset});
+      for (const auto& t : piece)
+        mesh.triangles.push_back({t[0] + offset, t[1] + offset, t[2] + offset});
     }
     poly.freeprocess();
   }
