@@ -125,6 +125,7 @@
 #include <qvmath/cloud/cloud_normals.h>
 #include <qvmath/cloud/cloud_orientation.h>
 #include <qvmath/cloud/cloud_planes.h>
+#include <qvmath/cloud/cloud_reconstruct.h>
 #include <qvmath/cloud/cloud_samples.h>
 #include <qvmath/cloud/ply_io.h>
 #include <qvmath/cloud/point_cloud.h>

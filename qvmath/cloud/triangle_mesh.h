@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // REmath::CTriangleMesh: an indexed triangle mesh with shared vertices and optional vertex
-// normals.
+// normals, and its edge statistics (closed, Euler characteristic, boundary and non-manifold
+// edges). PLY reading and writing of meshes lives in ply_io.h.
 #pragma once
 
 #include <qvmath/core/point3d.h>
@@ -12,12 +13,33 @@
 
 namespace REmath {
 
+/// Edge statistics of a `CTriangleMesh`, from `CTriangleMesh::EdgeStats`.
+///
+/// An edge is an unordered pair of distinct vertex indices used by at least one triangle;
+/// a boundary edge is used by exactly one triangle, a non-manifold edge by three or more.
+struct QVMATH_API CMeshEdgeStats {
+  /// Number of edges.
+  std::int64_t edges = 0;
+  /// Edges used by exactly one triangle.
+  std::int64_t boundaryEdges = 0;
+  /// Edges used by three or more triangles.
+  std::int64_t nonManifoldEdges = 0;
+  /// V − E + F, V counting only the vertices some triangle uses: 2 for a closed sphere-like
+  /// piece, 0 for a torus, summed over the connected pieces.
+  std::int64_t euler = 0;
+  /// Connected pieces (triangles joined through shared vertices).
+  int components = 0;
+  /// True when there is at least one triangle and every edge is used by exactly two.
+  bool closed = false;
+};
+
 /// An indexed triangle mesh: vertex positions, optional per-vertex normals and triangles as
 /// three vertex indices each.
 ///
 /// Conventions: a triangle (a, b, c) faces the side of (B − A) × (C − A), its vertices
 /// counter-clockwise seen from there; a closed mesh whose triangles face outward is
-/// oriented outward. Degenerate triangles (repeated or collinear vertices) are allowed.
+/// oriented outward (the library's reconstruction builds them so, with unit vertex normals
+/// pointing outward). Degenerate triangles (repeated or collinear vertices) are allowed.
 /// Invariant checked by `CheckValid` (and by every operation that reads a mesh): the normal
 /// vector is empty or holds one normal per vertex, and every index lies in
 /// [0, `VertexCount()`). Ownership: a plain value. Thread safety: none of its own.
@@ -45,6 +67,12 @@ class QVMATH_API CTriangleMesh {
   /// Checks the invariant of the class.
   /// @throws std::invalid_argument naming the first normal count or triangle that breaks it.
   void CheckValid() const;
+
+  /// Counts the edges of the triangles and how many triangles use each; see
+  /// `CMeshEdgeStats`. A triangle with a repeated index contributes only its edges between
+  /// distinct vertices. O(F log F); allocates.
+  /// @throws std::invalid_argument as `CheckValid`.
+  CMeshEdgeStats EdgeStats() const;
 
  private:
   std::vector<Point3D> m_vertices;

@@ -13,6 +13,9 @@
 #include <qvmath/geometry/detail/point_triangle.h>
 #include <qvmath/geometry/detail/point_triangle_lanes.h>
 #include <qvmath/geometry/detail/vec3.h>
+#include <qvmath/geometry/dist_point_triangle.h>
+
+#include <cmath>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -23,7 +26,6 @@ namespace {
 using REmath::detail::Cross3;
 using REmath::detail::Dot3;
 using REmath::detail::PointSegment2;
-using REmath::detail::PointTriangle2Scalar;
 using REmath::detail::SegmentFeature;
 using REmath::detail::Sub3;
 
@@ -132,12 +134,22 @@ int SegmentLanes(const float*, int, const float*, const float*, float*, int*, fl
 
 void distancePointsTriangle2(const float* pts, int n, const float* const* tri, float* d2,
                              int* regions, float* feet) {
-  for (int i = TriangleLanes(pts, n, tri, d2, regions, feet); i < n; ++i) {
+  auto single = [&](int k) {
     int r;
-    d2[i] = PointTriangle2Scalar(pts + 3 * i, tri[0], tri[1], tri[2], &r,
-                                 feet ? feet + 3 * i : nullptr);
-    if (regions) regions[i] = r;
-  }
+    d2[k] = distancePointTriangle2(pts + 3 * k, tri, r, feet ? feet + 3 * k : nullptr);
+    if (regions) regions[k] = r;
+  };
+  // The single query takes over non-finite input and overflowing float products (a
+  // non-finite |n|^2 or result) with its careful path; the lanes leave those to it, so the
+  // results stay its own bit for bit.
+  float e1[3], e2[3], nrm[3];
+  Sub3(tri[1], tri[0], e1);
+  Sub3(tri[2], tri[0], e2);
+  Cross3(e2, e1, nrm);
+  int i = std::isfinite(Dot3(nrm, nrm)) ? TriangleLanes(pts, n, tri, d2, regions, feet) : 0;
+  for (int k = 0; k < i; ++k)
+    if (!std::isfinite(d2[k])) single(k);
+  for (; i < n; ++i) single(i);
 }
 
 void DistancePoints2Segment(const float* pts, int n, const float* a, const float* b, float* d2,
