@@ -44,6 +44,7 @@
 #include <qvmath/geometry/contour_corners.h>
 #include <qvmath/geometry/contour_normal.h>
 #include <qvmath/geometry/contour_self_intersections.h>
+#include <qvmath/geometry/dist_batch.h>
 #include <qvmath/geometry/dist_point_line.h>
 #include <qvmath/geometry/dist_point_segment.h>
 #include <qvmath/geometry/dist_point_triangle.h>
@@ -118,13 +119,16 @@
 
 // Point clouds: the cloud, its files, the neighbour index and the whole-cloud operations
 #include <qvmath/cloud/cloud_curvature.h>
+#include <qvmath/cloud/cloud_deviation.h>
 #include <qvmath/cloud/cloud_file.h>
 #include <qvmath/cloud/cloud_file_error.h>
 #include <qvmath/cloud/cloud_index.h>
 #include <qvmath/cloud/cloud_normals.h>
 #include <qvmath/cloud/cloud_orientation.h>
 #include <qvmath/cloud/cloud_planes.h>
+#include <qvmath/cloud/cloud_reconstruct.h>
 #include <qvmath/cloud/cloud_samples.h>
 #include <qvmath/cloud/ply_io.h>
 #include <qvmath/cloud/point_cloud.h>
+#include <qvmath/cloud/triangle_mesh.h>
 #include <qvmath/cloud/xyz_io.h>

@@ -5,6 +5,8 @@
 #include <qvmath/cloud/detail/field_types.h>
 #include <qvmath/cloud/detail/file_bytes.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <stdexcept>
@@ -375,7 +377,117 @@ void WriteHeaderAndBody(const CPointCloud& cloud, EPlyEncoding enc, std::vector<
   }
 }
 
+// Faces of a mesh from the element `face`: its index list, polygons split into fans.
+void ReadFaces(BodyReader& rd, const Element& f, int vertexCount, CTriangleMesh& mesh) {
+  int list = -1;
+  for (std::size_t i = 0; i < f.props.size(); ++i)
+    if (f.props[i].isList &&
+        (f.props[i].name == "vertex_indices" || f.props[i].name == "vertex_index"))
+      list = int(i);
+  if (list < 0) Fail("element face has no vertex_indices list");
+  std::vector<std::int32_t> corners;
+  for (std::uint64_t k = 0; k < f.count; ++k)
+    for (std::size_t i = 0; i < f.props.size(); ++i) {
+      const Property& p = f.props[i];
+      if (int(i) != list) {
+        if (p.isList) rd.SkipList(p, f);
+        else rd.Value(p.type, f);
+        continue;
+      }
+      const double c = rd.Value(p.countType, f);
+      if (!(c >= 3) || c > double(rd.Remaining()) || c != std::floor(c))
+        Fail("face " + std::to_string(k) + ": bad corner count");
+      corners.clear();
+      for (int j = 0; j < int(c); ++j) {
+        const double v = rd.Value(p.type, f);
+        if (!(v >= 0 && v < vertexCount) || v != std::floor(v))
+          Fail("face " + std::to_string(k) + ": vertex index out of range");
+        corners.push_back(std::int32_t(v));
+      }
+      for (std::size_t j = 1; j + 1 < corners.size(); ++j)
+        mesh.Triangles().push_back({corners[0], corners[j], corners[j + 1]});
+    }
+}
+
 }  // namespace
+
+void ReadPlyMesh(const unsigned char* data, std::size_t size, CTriangleMesh& mesh) {
+  if (!data && size) Fail("null buffer");
+  Format format = Format::Ascii;
+  std::vector<Element> elements;
+  const std::size_t body = ParseHeader(data, size, format, elements);
+  bool haveVertex = false;
+  for (const Element& e : elements) haveVertex = haveVertex || e.name == "vertex";
+  if (!haveVertex) Fail("no vertex element");
+  mesh = CTriangleMesh();
+  BodyReader rd(data, size, body, format);
+  bool verticesRead = false;
+  for (const Element& e : elements) {
+    CheckFits(e, format, rd.Remaining());
+    if (e.name == "vertex") {
+      CPointCloud cloud;
+      ReadVertices(rd, e, cloud);
+      mesh.Vertices().swap(cloud.Positions());
+      mesh.Normals().swap(cloud.Normals());
+      verticesRead = true;
+    } else if (e.name == "face") {
+      if (!verticesRead) Fail("element face precedes element vertex");
+      ReadFaces(rd, e, mesh.VertexCount(), mesh);
+    } else {
+      for (std::uint64_t k = 0; k < e.count; ++k)
+        for (const Property& p : e.props) {
+          if (p.isList) rd.SkipList(p, e);
+          else rd.Value(p.type, e);
+        }
+    }
+  }
+}
+
+void ReadPlyMeshFile(const std::string& path, CTriangleMesh& mesh) {
+  detail::ReadWithPath(path, [&](const std::vector<unsigned char>& bytes) {
+    ReadPlyMesh(bytes.data(), bytes.size(), mesh);
+  });
+}
+
+void WritePlyMesh(const CTriangleMesh& mesh, std::vector<unsigned char>& out,
+                  EPlyEncoding encoding) {
+  mesh.CheckValid();
+  // The vertices through the cloud writer, then the face element appended: the vertex
+  // element's header and body come first in both, so the header is patched, not rebuilt.
+  CPointCloud cloud;
+  cloud.Positions() = mesh.Vertices();
+  cloud.Normals() = mesh.Normals();
+  WriteHeaderAndBody(cloud, encoding, out);
+  const std::string endHeader = "end_header\n";
+  const auto at = std::search(out.begin(), out.end(), endHeader.begin(), endHeader.end());
+  const std::string faceHeader = "element face " + std::to_string(mesh.TriangleCount()) +
+                                 "\nproperty list uchar int vertex_indices\n";
+  out.insert(at, faceHeader.begin(), faceHeader.end());
+  if (encoding == EPlyEncoding::Ascii) {
+    std::string text;
+    for (const auto& t : mesh.Triangles())
+      text += "3 " + std::to_string(t[0]) + ' ' + std::to_string(t[1]) + ' ' +
+              std::to_string(t[2]) + '\n';
+    out.insert(out.end(), text.begin(), text.end());
+    return;
+  }
+  const bool swap = (encoding == EPlyEncoding::BinaryLittleEndian) != detail::HostIsLittleEndian();
+  std::size_t pos = out.size();
+  out.resize(pos + 13 * std::size_t(mesh.TriangleCount()));
+  for (const auto& t : mesh.Triangles()) {
+    out[pos++] = 3;
+    for (std::int32_t v : t) {
+      detail::EncodeValue(double(v), ECloudFieldType::Int32, swap, out.data() + pos);
+      pos += 4;
+    }
+  }
+}
+
+void WritePlyMeshFile(const std::string& path, const CTriangleMesh& mesh, EPlyEncoding encoding) {
+  std::vector<unsigned char> bytes;
+  WritePlyMesh(mesh, bytes, encoding);
+  detail::WriteFileBytes(path, bytes.data(), bytes.size());
+}
 
 void ReadPlyCloud(const unsigned char* data, std::size_t size, CPointCloud& cloud) {
   if (!data && size) Fail("null buffer");

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <qvmath/cloud/point_cloud.h>
+#include <qvmath/cloud/triangle_mesh.h>
 #include <qvmath/platform/export.h>
 
 #include <cstddef>
@@ -62,5 +63,33 @@ QVMATH_API void WritePlyCloud(const CPointCloud& cloud, std::vector<unsigned cha
 ///         std::invalid_argument as `WritePlyCloud`.
 QVMATH_API void WritePlyCloudFile(const std::string& path, const CPointCloud& cloud,
                                   EPlyEncoding encoding = EPlyEncoding::BinaryLittleEndian);
+
+/// Reads the `vertex` and `face` elements of the PLY file held in data[0..size) into
+/// `mesh`, replacing its contents: positions and normals as `ReadPlyCloud` reads them (other
+/// vertex properties are dropped); each face from its list property `vertex_indices` (or
+/// `vertex_index`), of any integer types, a polygon of n > 3 corners split into the fan
+/// (v0, v[i], v[i+1]); other face properties and other elements are read past. A file
+/// without a `face` element gives a mesh without triangles.
+/// @throws ECloudFileError "PLY: <problem>" for everything `ReadPlyCloud` rejects and for a
+///         face element without an index list, a face of fewer than 3 corners, or a vertex
+///         index that is not an integer in [0, vertex count). `mesh` is then unspecified.
+QVMATH_API void ReadPlyMesh(const unsigned char* data, std::size_t size, CTriangleMesh& mesh);
+
+/// Reads the PLY file `path` into `mesh` as `ReadPlyMesh` does.
+/// @throws ECloudFileError "<path>: <problem>" when the file cannot be read or is malformed.
+QVMATH_API void ReadPlyMeshFile(const std::string& path, CTriangleMesh& mesh);
+
+/// Writes `mesh` as a PLY file into `out` (replacing its contents): a `vertex` element with
+/// `float x y z` (and `float nx ny nz` when normals are present) and a `face` element with
+/// `property list uchar int vertex_indices`.
+/// @throws std::invalid_argument when the mesh fails `CheckValid`.
+QVMATH_API void WritePlyMesh(const CTriangleMesh& mesh, std::vector<unsigned char>& out,
+                             EPlyEncoding encoding = EPlyEncoding::BinaryLittleEndian);
+
+/// Writes `mesh` to the file `path` as `WritePlyMesh` does.
+/// @throws ECloudFileError "<path>: <problem>" when the file cannot be written;
+///         std::invalid_argument as `WritePlyMesh`.
+QVMATH_API void WritePlyMeshFile(const std::string& path, const CTriangleMesh& mesh,
+                                 EPlyEncoding encoding = EPlyEncoding::BinaryLittleEndian);
 
 }  // namespace REmath

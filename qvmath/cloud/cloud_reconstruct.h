@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: MIT
+// Surface reconstruction: a closed triangle mesh from a scan with oriented normals, by
+// polygonizing the signed distance to the tangent planes of the nearest samples.
+#pragma once
+
+#include <qvmath/cloud/point_cloud.h>
+#include <qvmath/cloud/triangle_mesh.h>
+#include <qvmath/platform/export.h>
+
+#include <cstdint>
+
+class CProgressCounter;
+
+namespace REmath {
+
+/// Parameters of `ReconstructCloudMesh`. Defaults: cell size 2 × `EstimatePointSpacing`,
+/// a band of 3 cells, 10 neighbours, no memory limit, one thread.
+struct QVMATH_API CReconstructParams {
+  /// Edge of the polygonizer's cubes, in the units of the points; <= 0: `spacingFactor`
+  /// times the median nearest-neighbour distance of the samples (`EstimatePointSpacing`).
+  double cellSize = 0.0;
+  /// The factor of the derived cell size.
+  double spacingFactor = 2.0;
+  /// Half-width of the band, in cells, where the function is defined: a lattice corner
+  /// farther than band × cell from every sample is flagged, so the surface stops there.
+  /// Gaps in the scan wider than about twice this stay open; it must exceed √3 (a cube's
+  /// diagonal) for the band to hold the cubes the surface crosses.
+  double band = 3.0;
+  /// Samples whose tangent planes are blended at each evaluation (1..64).
+  int neighbours = 10;
+  /// Largest estimated working memory in bytes; <= 0: no limit.
+  std::int64_t maxMemory = 0;
+  /// Worker threads of the sample-to-mesh distances; 1 runs on the calling thread, < 1 one
+  /// per hardware thread. The polygonization itself is serial.
+  int nThreads = 1;
+};
+
+/// What `ReconstructCloudMesh` did and what the mesh is.
+struct QVMATH_API CReconstructReport {
+  /// The cell size used (given or derived) and the spacing estimate (0 when not needed).
+  double cellSize = 0.0;
+  double pointSpacing = 0.0;
+  /// The memory estimate checked against `maxMemory`, in bytes.
+  std::int64_t estimatedBytes = 0;
+  /// Samples used: finite positions with a finite normal of non-zero length.
+  int samplesUsed = 0;
+  /// Polygonizer runs that produced triangles (one per piece of the scan, normally).
+  int pieces = 0;
+  /// Edge statistics of the mesh: closed, Euler characteristic, boundary and non-manifold
+  /// edges, connected components.
+  CMeshEdgeStats edges;
+  /// Distances from the used samples to the mesh: mean, root mean square and largest
+  /// (0 when the mesh is empty). See `ReconstructCloudMesh` for how they are found.
+  double meanDistance = 0.0;
+  double rmsDistance = 0.0;
+  double maxDistance = 0.0;
+};
+
+/// Reconstructs a triangle mesh into `mesh` from the samples of `cloud` and their normals,
+/// which must be consistently oriented (toward the outside; `OrientCloudNormals`).
+///
+/// The surface is the zero set of f(p) = Σ wᵢ nᵢ·(p − xᵢ) / Σ wᵢ over the `neighbours`
+/// samples xᵢ nearest to p, with unit normals nᵢ and weights wᵢ = exp(−(|p − xᵢ|² − d₀²) / h²)
+/// (h the cell size, d₀ the nearest distance): the blended signed distance to their tangent
+/// planes, positive outside. f is defined only within band × h of the samples; beyond, the
+/// polygonizer is told to stop, so no surface appears away from the data, and a hole in
+/// the scan wider than the band stays a hole with a boundary instead of a cap.
+///
+/// Polygonization: `pzProcess::polygonize` by continuation, seeded at a sample; when that
+/// piece is done, the samples within 1.5 h of its vertices count as covered and the next
+/// uncovered sample (in Morton order) seeds the next piece, until every sample is covered,
+/// so every connected piece of the scan is found. The mesh's vertices are the polygonizer's
+/// shared vertices with its gradient normals; its triangles are counter-clockwise seen
+/// from outside. A closed, well-sampled surface gives a closed 2-manifold.
+///
+/// Memory: the estimate, an upper-side one for random sampling, is about 200 bytes per
+/// expected triangle (10 triangles per area h² of a surface of 4.5 N s², s the spacing) plus 100 bytes per sample;
+/// it is checked before any polygonization.
+///
+/// Distances of the samples: for each used sample, the least distance to the triangles
+/// around its 8 nearest mesh vertices (`distancePointTriangle2`), exact for a sample close
+/// to a mesh finer than the sampling, in parallel over `nThreads`.
+///
+/// Progress: index 0–5%, polygonization 5–85% (against the expected triangle count), the
+/// distances 85–100%.
+/// @param[out] mesh replaced by the result; unspecified after an exception.
+/// @param[out] report filled on success; unspecified after an exception.
+/// @throws std::invalid_argument "reconstruct: ..." when the cloud has no normals or breaks
+///         its size invariant, has no usable sample, neighbours is outside 1..64, the band is
+///         not above √3, or the cell size is not finite or cannot be derived (fewer than two
+///         distinct samples);
+///         std::length_error "reconstruct: estimated memory of N MB exceeds the limit of M MB"
+///         before any work when the estimate exceeds `maxMemory`;
+///         std::bad_alloc when the polygonizer runs out of memory;
+///         CUserIntrException when the progress callback or the stop flag cancels.
+/// Threading: `pzProcess::polygonize` reseeds the process-wide rand() with srand(1) at
+/// every piece; serialise calls with other users of rand() when their sequence matters.
+QVMATH_API void ReconstructCloudMesh(const CPointCloud& cloud, const CReconstructParams& params,
+                                     CTriangleMesh& mesh, CReconstructReport& report,
+                                     CProgressCounter* progress = nullptr);
+
+}  // namespace REmath

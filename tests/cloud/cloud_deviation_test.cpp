@@ -1,0 +1,211 @@
+// SPDX-License-Identifier: MIT
+// Scan-to-mesh deviation against a brute-force scan of every triangle, an analytic closed
+// mesh for the sign, parallel against serial, the statistics on hand-counted data, and
+// cancellation.
+#include <qvmath/cloud/cloud_deviation.h>
+#include <qvmath/geometry/dist_point_triangle.h>
+#include <qvmath/infra/progress_counter.h>
+#include <qvmath/platform/korva_exception.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <stdexcept>
+#include <vector>
+
+#include "test_util.h"
+
+using namespace REmath;
+using qvtest::TestRng;
+
+namespace {
+
+const float kNaN = std::numeric_limits<float>::quiet_NaN();
+
+// The regular octahedron |x| + |y| + |z| = 1, triangles facing outward.
+CTriangleMesh Octahedron() {
+  CTriangleMesh m;
+  m.Vertices() = {Point3D(1, 0, 0),  Point3D(-1, 0, 0), Point3D(0, 1, 0),
+                  Point3D(0, -1, 0), Point3D(0, 0, 1),  Point3D(0, 0, -1)};
+  for (int sx = 0; sx < 2; ++sx)
+    for (int sy = 0; sy < 2; ++sy)
+      for (int sz = 0; sz < 2; ++sz) {
+        CTriangleMesh::Triangle t = {sx, 2 + sy, 4 + sz};
+        if ((sx + sy + sz) % 2 == 1) std::swap(t[1], t[2]);
+        m.Triangles().push_back(t);
+      }
+  return m;
+}
+
+// n small random triangles in the unit cube, every tenth one degenerate (a repeated or a
+// collinear corner), sharing no vertices.
+CTriangleMesh Soup(TestRng& rng, int n, double size) {
+  CTriangleMesh m;
+  for (int i = 0; i < n; ++i) {
+    const double c[3] = {rng.Uniform(0, 1), rng.Uniform(0, 1), rng.Uniform(0, 1)};
+    Point3D v[3];
+    for (auto& p : v)
+      p = Point3D(float(c[0] + rng.Uniform(-size, size)), float(c[1] + rng.Uniform(-size, size)),
+                  float(c[2] + rng.Uniform(-size, size)));
+    if (i % 10 == 3) v[1] = v[0];
+    if (i % 10 == 7) v[2] = Point3D(v[0].x() * 2 - v[1].x(), v[0].y() * 2 - v[1].y(), v[0].z());
+    const int b = m.VertexCount();
+    m.Vertices().insert(m.Vertices().end(), v, v + 3);
+    m.Triangles().push_back({b, b + 1, b + 2});
+  }
+  return m;
+}
+
+bool SameBits(float a, float b) { return std::memcmp(&a, &b, sizeof a) == 0; }
+
+TEST(CloudDeviation, Properties_EqualsBruteForce) {
+  TestRng rng(20240920);
+  SCOPED_TRACE(rng.Trace());
+  // A coarse soup (one leaf level), a fine one (a deep tree) and a closed surface.
+  for (const CTriangleMesh& mesh : {Soup(rng, 30, 0.3), Soup(rng, 3000, 0.03), Octahedron()}) {
+    CPointCloud cloud;
+    for (int i = 0; i < 400; ++i)
+      cloud.Positions().push_back(Point3D(float(rng.Uniform(-1.2, 1.2)),
+                                          float(rng.Uniform(-1.2, 1.2)),
+                                          float(rng.Uniform(-1.2, 1.2))));
+    cloud.Positions().push_back(mesh.Vertices()[5]);  // on the mesh: distance +0
+    cloud.Positions().push_back(Point3D(kNaN, 0, 0));
+    CCloudDeviation out;
+    CDeviationParams params;
+    ComputeCloudDeviation(cloud, mesh, params, out);
+    for (int i = 0; i < cloud.Size(); ++i) {
+      const float* p = cloud.Positions()[std::size_t(i)].asArray();
+      float best = std::numeric_limits<float>::infinity(), foot[3] = {kNaN, kNaN, kNaN};
+      int bestT = -1;
+      for (int t = 0; t < mesh.TriangleCount() && !std::isnan(p[0]); ++t) {
+        const auto& tri = mesh.Triangles()[std::size_t(t)];
+        const float* c[3];
+        for (int k = 0; k < 3; ++k) c[k] = mesh.Vertices()[std::size_t(tri[std::size_t(k)])].asArray();
+        int region;
+        float f[3];
+        const float d2 = distancePointTriangle2(p, c, region, f);
+        if (d2 < best) best = d2, bestT = t, std::memcpy(foot, f, sizeof f);
+      }
+      ASSERT_EQ(out.triangle[std::size_t(i)], bestT) << "point " << i;
+      const float d = out.distance[std::size_t(i)];
+      if (bestT < 0) {
+        EXPECT_TRUE(std::isnan(d));
+        continue;
+      }
+      ASSERT_TRUE(SameBits(std::abs(d), std::sqrt(best))) << "point " << i;
+      for (int k = 0; k < 3; ++k)
+        ASSERT_TRUE(SameBits(out.nearest[std::size_t(i)].asArray()[k], foot[k]));
+      // Sign recomputed in double from the triangle's corners.
+      const auto& tri = mesh.Triangles()[std::size_t(bestT)];
+      double e[2][3], r[3];
+      for (int k = 0; k < 3; ++k) {
+        const double a = mesh.Vertices()[std::size_t(tri[0])].asArray()[k];
+        e[0][k] = mesh.Vertices()[std::size_t(tri[1])].asArray()[k] - a;
+        e[1][k] = mesh.Vertices()[std::size_t(tri[2])].asArray()[k] - a;
+        r[k] = double(p[k]) - foot[k];
+      }
+      const double side = r[0] * (e[0][1] * e[1][2] - e[0][2] * e[1][1]) +
+                          r[1] * (e[0][2] * e[1][0] - e[0][0] * e[1][2]) +
+                          r[2] * (e[0][0] * e[1][1] - e[0][1] * e[1][0]);
+      if (std::abs(side) > 1e-6) {
+        EXPECT_EQ(d < 0, side < 0) << "point " << i;
+      }
+      EXPECT_TRUE(best > 0 || !std::signbit(d)) << "point " << i;
+    }
+    EXPECT_EQ(out.stats.invalidCount, 1);
+  }
+}
+
+TEST(CloudDeviation, Properties_SignFollowsOrientationAndThreadsChangeNothing) {
+  TestRng rng(20240921);
+  SCOPED_TRACE(rng.Trace());
+  CTriangleMesh mesh = Octahedron();
+  // Points off each face's centroid along its outward normal by h: |d| = |h|, sign of h.
+  CPointCloud cloud;
+  std::vector<double> h;
+  for (int i = 0; i < 20000; ++i) {
+    const auto& t = mesh.Triangles()[std::size_t(i % 8)];
+    const Point3D& c0 = mesh.Vertices()[std::size_t(t[0])];
+    const Point3D& c1 = mesh.Vertices()[std::size_t(t[1])];
+    const Point3D& c2 = mesh.Vertices()[std::size_t(t[2])];
+    const double u = rng.Uniform(0.2, 0.4), v = rng.Uniform(0.2, 0.4), hh = rng.Uniform(-0.2, 0.2);
+    const double s = 1 / std::sqrt(3.0);
+    double q[3];
+    for (int k = 0; k < 3; ++k) {
+      const double a = c0.asArray()[k];
+      const double outward = a + c1.asArray()[k] + c2.asArray()[k];  // ±1 per axis
+      q[k] = a + u * (c1.asArray()[k] - a) + v * (c2.asArray()[k] - a) + hh * s * outward;
+    }
+    cloud.Positions().push_back(Point3D(float(q[0]), float(q[1]), float(q[2])));
+    h.push_back(hh);
+  }
+  CDeviationParams params;
+  CCloudDeviation serial, parallel, flipped;
+  ComputeCloudDeviation(cloud, mesh, params, serial);
+  params.nThreads = 3;
+  ComputeCloudDeviation(cloud, mesh, params, parallel);
+  EXPECT_EQ(std::memcmp(serial.distance.data(), parallel.distance.data(),
+                        serial.distance.size() * sizeof(float)), 0);
+  EXPECT_EQ(serial.triangle, parallel.triangle);
+  EXPECT_EQ(std::memcmp(serial.nearest.data(), parallel.nearest.data(),
+                        serial.nearest.size() * sizeof(Point3D)), 0);
+  mesh.FlipOrientation();
+  ComputeCloudDeviation(cloud, mesh, params, flipped);
+  for (std::size_t i = 0; i < h.size(); ++i) {
+    // Float coordinates near 1: a few ulps of 1 in the distance.
+    ASSERT_NEAR(serial.distance[i], h[i], 1e-6) << "point " << i;
+    ASSERT_EQ(flipped.distance[i], -serial.distance[i]) << "point " << i;
+  }
+  EXPECT_NEAR(serial.stats.mean, flipped.stats.mean * -1, 1e-12);
+}
+
+TEST(CloudDeviation, Properties_StatisticsAndHistogram) {
+  struct Case {
+    std::vector<float> d;
+    float tol, lo, hi;
+    int bins;
+    std::vector<int> histogram;
+    double mean, rms, maxAbs, within;
+  };
+  const Case cases[] = {
+      // Range of the data [-1, 3], two bins of width 2: -1, 0, 0.5 | 1, 3 (hi in the last).
+      {{-1, 0, 0.5f, kNaN, 3, 1}, 0.5f, 0, 0, 2, {3, 2}, 0.7, std::sqrt(11.25 / 5), 3, 0.4},
+      // A given range: values outside count in the end bins.
+      {{-5, -0.25f, 0.25f, 5}, 0.25f, -1, 1, 4, {1, 1, 1, 1}, 0, std::sqrt(50.125 / 4), 5, 0.5},
+      // All equal: everything in the first bin.
+      {{2, 2}, 0, 0, 0, 3, {2, 0, 0}, 2, 2, 2, 0},
+      // No valid value.
+      {{kNaN}, 0, 0, 0, 1, {0}, 0, 0, 0, 0},
+  };
+  for (const Case& c : cases) {
+    CDeviationParams p;
+    p.tolerance = c.tol, p.histogramMin = c.lo, p.histogramMax = c.hi, p.histogramBins = c.bins;
+    CDeviationStats s;
+    ComputeDeviationStats(c.d, p, s);
+    EXPECT_EQ(s.histogram, c.histogram);
+    EXPECT_NEAR(s.mean, c.mean, 1e-12);
+    EXPECT_NEAR(s.rms, c.rms, 1e-12);
+    EXPECT_EQ(s.maxAbs, c.maxAbs);
+    EXPECT_NEAR(s.withinTolerance, c.within, 1e-12);
+  }
+}
+
+TEST(CloudDeviation, Degenerate_BadInputAndCancellation) {
+  CPointCloud cloud;
+  cloud.Positions().assign(100000, Point3D(0.1f, 0.2f, 0.3f));
+  CCloudDeviation out;
+  CDeviationParams p;
+  EXPECT_THROW(ComputeCloudDeviation(cloud, CTriangleMesh(), p, out), std::invalid_argument);
+  CTriangleMesh bad = Octahedron();
+  bad.Triangles()[3][1] = 6;
+  EXPECT_THROW(ComputeCloudDeviation(cloud, bad, p, out), std::invalid_argument);
+  p.histogramBins = 0;
+  EXPECT_THROW(ComputeCloudDeviation(cloud, Octahedron(), p, out), std::invalid_argument);
+  p.histogramBins = 8;
+  p.nThreads = 2;
+  CProgressCounter pc;
+  pc.SetCallback([](int pos, void*) { return pos >= 30 ? 1 : 0; });
+  EXPECT_THROW(ComputeCloudDeviation(cloud, Octahedron(), p, out, &pc), CUserIntrException);
+}
+
+}  // namespace
