@@ -245,13 +245,6 @@ TEST(BlockProcessor, Regions_PreconditionsComeBeforeAnyHook) {
   EXPECT_EQ(p.CurrentPassNo(), -1);
 }
 
-namespace {
-// A processor whose factory fails.
-struct NoWorkers : CBlockProcessor {
-  CBlockWorker* CreateWorker(bool) override { return nullptr; }
-};
-}  // namespace
-
 TEST(BlockProcessor, Regions_HooksPassesAndLastPass) {
   for (int threads : {0, 2}) {
     LineStructure s(5);
@@ -301,63 +294,6 @@ TEST(BlockProcessor, Properties_ParallelResultEqualsSerial) {
       p.Run();
       EXPECT_EQ(p.data, serial.data) << threads << " threads, gap " << gap;
     }
-}
-
-TEST(BlockProcessor, Regions_HandOutNeverRepeatsABlock) {
-  for (bool selfConcurrent : {false, true}) {
-    LineStructure s(6, 1, selfConcurrent);
-    TestProcessor p(s, 6);
-    p.OnBlockStructureInit();
-    EXPECT_EQ(IdOf(*p.LockNextBlock(nullptr)), 0);
-    EXPECT_FALSE(p.IsBlockReadyForProcess(s.At(0)));  // being processed
-    EXPECT_FALSE(p.IsBlockReadyForProcess(s.At(1)));  // neighbour of 0
-    EXPECT_EQ(IdOf(*p.LockNextBlock(nullptr)), 2);
-    EXPECT_EQ(IdOf(*p.LockNextBlock(nullptr)), 4);
-    EXPECT_TRUE(p.LockNextBlock(nullptr) == p.BlockEnd());
-    EXPECT_TRUE(p.HasPotentialJob());
-    EXPECT_FALSE(p.HasCurrentJob());
-    p.UnLockBlock(s.At(0), nullptr);
-    EXPECT_FALSE(p.HasCurrentJob());  // 1 still next to 2
-    p.UnLockBlock(s.At(2), nullptr);
-    EXPECT_EQ(IdOf(*p.LockNextBlock(nullptr)), 1);
-    EXPECT_FALSE(p.IsBlockReadyForProcess(s.At(0)));  // finished, before the cursor
-    p.UnLockBlock(s.At(1), nullptr);
-    p.UnLockBlock(s.At(1), nullptr);                        // twice: counted once
-    EXPECT_TRUE(p.LockNextBlock(nullptr) == p.BlockEnd());  // 3 and 5 next to 4
-    p.UnLockBlock(s.At(4), nullptr);
-    EXPECT_EQ(IdOf(*p.LockNextBlock(nullptr)), 3);
-    EXPECT_EQ(IdOf(*p.LockNextBlock(nullptr)), 5);
-    EXPECT_TRUE(p.LockNextBlock(nullptr) == p.BlockEnd());
-    p.UnLockBlock(s.At(3), nullptr);
-    p.UnLockBlock(s.At(5), nullptr);
-    EXPECT_FALSE(p.HasPotentialJob());
-    EXPECT_EQ(p.GetFinishedBlockCount(), 6);
-  }
-}
-
-TEST(BlockProcessor, Regions_ImmediateModifyUnderAllSections) {
-  for (int threads : {0, 3}) {
-    for (bool extract : {false, true}) {
-      const int n = 40;
-      LineStructure s(n, 0);
-      TestProcessor p(s, n);
-      Configure(p, threads);
-      p.SetImmediateBlockModify(true);
-      p.SetExtractBlock(extract);
-      p.needUnshared = true;
-      p.extractNullAt = extract ? 7 : -1;  // a block without a copy is skipped
-      for (int& c : p.costUs) c = 20;
-      EXPECT_EQ(p.Run(), 0);
-      EXPECT_EQ(p.sectionViolations.load(), 0);
-      EXPECT_EQ(p.fragmentsAlive.load(), 0);
-      // Serial processing never extracts: its workers always get a null fragment.
-      const int done = extract && threads > 0 ? n - 1 : n;
-      EXPECT_EQ(p.processed.load(), done);
-      EXPECT_EQ(p.finishCalls.load(), done);
-      EXPECT_EQ(p.applyCalls.load(), done);
-      EXPECT_EQ(p.workersAlive.load(), 0);
-    }
-  }
 }
 
 TEST(BlockProcessor, Regions_WorkerFailuresSurfaceUnchanged) {

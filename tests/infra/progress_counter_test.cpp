@@ -26,23 +26,6 @@ TEST_F(ProgressCounterTest, Regions_FirstReportRepeatsAndClamping) {
   EXPECT_EQ(rec.seen, (std::vector<int>{0, 100, 0}));
 }
 
-TEST_F(ProgressCounterTest, Regions_NestedSubPhasesReportAsDocumented) {
-  pc.StartNewSubPhase(20, 50, true);         // [20, 70], reports 20
-  pc.StartNewSubPhaseFloat(0.5, 0.5, true);  // [45, 70], reports 45
-  pc.SetPosFloat(0.5);                       // 45 + 25 * 0.5 = 57.5 -> 58 (ties up)
-  pc.FinishSubPhase();                       // reports 70, restores [20, 70]
-  EXPECT_EQ(rec.seen, (std::vector<int>{20, 45, 58, 70}));
-  EXPECT_EQ(pc.GetStart(), 20.0);
-  EXPECT_EQ(pc.GetStep(), 50.0);
-  EXPECT_EQ(pc.GetPhaseDepth(), 1);
-  pc.FinishSubPhase();  // end 70 again: no report
-  EXPECT_EQ(rec.seen.size(), 4u);
-  EXPECT_EQ(pc.GetStart(), 0.0);
-  EXPECT_EQ(pc.GetStep(), 100.0);
-  pc.FinishSubPhase();  // nothing open: nothing happens
-  EXPECT_EQ(pc.GetPhaseDepth(), 0);
-}
-
 TEST_F(ProgressCounterTest, Regions_FinishingOuterReportsInnermostEndAndRestoresParent) {
   CPrgCntSubPhase a(&pc, 20, 50, CPrgCntSubPhase::PhaseInt, true);  // [20, 70]
   pc.StartNewSubPhaseFloat(0.0, 0.5, true);                         // [20, 45]
