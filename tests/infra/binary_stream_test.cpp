@@ -65,8 +65,6 @@ TEST(FileBinaryStreamTest, RoundTrip_ReadsWhatWasWrittenWithRelativeSkips) {
     done += n;
   }
   EXPECT_EQ(back, data);
-  stream.readData(0, nullptr);
-  stream.skipReadData(0);
   // Backwards and forwards over known bytes.
   stream.skipReadData(-1000);
   stream.skipReadData(500);

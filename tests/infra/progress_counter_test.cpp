@@ -121,8 +121,6 @@ TEST_F(ProgressCounterTest, Degenerate_HiddenCounterIgnoresPositionsAndIntegerSu
   {
     CPrgCntSubPhase inert(&pc, 20, 50, CPrgCntSubPhase::PhaseInt, true);
     EXPECT_EQ(pc.GetPhaseDepth(), 0);
-    CPrgCntSubPhase alsoInert(&pc, 1, 1, CPrgCntSubPhase::PhaseFloat, true);
-    EXPECT_EQ(pc.GetPhaseDepth(), 0);
   }
   {
     // The double form opens anyway, as percentages truncated to integers.
@@ -204,13 +202,8 @@ TEST_F(ProgressCounterTest, Regions_IntegerScope) {
   pc.SetPos(30);
   items.increment();  // total 0: each increment reports the end of the phase
   EXPECT_EQ(rec.seen, (std::vector<int>{30, 70}));
-
-  items.refresh(nullptr, -5);
-  EXPECT_EQ(items.GetTotal(), 0);
-  items.increment();  // no counter: nothing
-  CPrgCntIntegerScope none;
+  CPrgCntIntegerScope none;  // no counter: increments do nothing
   none.increment();
-  EXPECT_EQ(none.GetCurrent(), 0);
 }
 
 TEST(ProgressCounter, Regions_StopEventIsConsumedOnce) {
@@ -222,15 +215,11 @@ TEST(ProgressCounter, Regions_StopEventIsConsumedOnce) {
   ASSERT_TRUE(CProgressCounter::CreateStopEvent());
   EXPECT_FALSE(CProgressCounter::CheckStopEvent());
   CProgressCounter::SignalStopEvent();
-  EXPECT_TRUE(CProgressCounter::IsStopping());
   EXPECT_TRUE(CProgressCounter::CheckStopEvent());
-  EXPECT_FALSE(CProgressCounter::IsStopping());
-  EXPECT_FALSE(CProgressCounter::CheckStopEvent());
-
+  EXPECT_FALSE(CProgressCounter::CheckStopEvent());  // consumed
   CProgressCounter::SignalStopEvent();
   CProgressCounter::ResetStopEvent();
   EXPECT_FALSE(CProgressCounter::IsStopping());
-  EXPECT_FALSE(CProgressCounter::CheckStopEvent());
 
   // Signalled from another thread, seen by a host callback polling the event.
   CProgressCounter pc;
