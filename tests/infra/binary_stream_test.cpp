@@ -41,7 +41,6 @@ TEST(FileBinaryStreamTest, RoundTrip_ReadsWhatWasWrittenWithRelativeSkips) {
   ASSERT_NE(file, nullptr);
   CFileWrapClose closer(file);
   CFileBinaryStream stream(file);
-  EXPECT_EQ(stream.Deprecated_GetFilePtr(), file);
 
   qvtest::TestRng rng(99);
   SCOPED_TRACE(rng.Trace());
@@ -66,8 +65,6 @@ TEST(FileBinaryStreamTest, RoundTrip_ReadsWhatWasWrittenWithRelativeSkips) {
     done += n;
   }
   EXPECT_EQ(back, data);
-  stream.readData(0, nullptr);
-  stream.skipReadData(0);
   // Backwards and forwards over known bytes.
   stream.skipReadData(-1000);
   stream.skipReadData(500);
@@ -124,29 +121,6 @@ TEST(FileBinaryStreamTest, Failure_ExactMessages) {
   EXPECT_EQ(none.getPosition(), -1);
   none.readData(0, nullptr);  // empty transfers do nothing, even without a file
   none.writeData(0, nullptr);
-}
-
-TEST(FileWrapCloseTest, Ownership_ClosesOnceOnReleaseOrDestruction) {
-  int fd = -1;
-  {
-    std::FILE* file = KorvaOpenTempFile("qvmath_stream_test");
-    ASSERT_NE(file, nullptr);
-    fd = fileno(file);
-    CFileWrapClose owner(file);
-    EXPECT_EQ(owner.FilePtr(), file);
-  }
-  EXPECT_EQ(fcntl(fd, F_GETFD), -1);  // closed by the destructor
-
-  std::FILE* file = KorvaOpenTempFile("qvmath_stream_test");
-  ASSERT_NE(file, nullptr);
-  fd = fileno(file);
-  CFileWrapClose owner(file);
-  owner.release();
-  EXPECT_EQ(owner.FilePtr(), nullptr);
-  EXPECT_EQ(fcntl(fd, F_GETFD), -1);
-  owner.release();  // nothing left to close
-  CFileWrapClose empty(nullptr);
-  empty.release();
 }
 
 // Failing reads, seeks and writes of the underlying file give the documented texts and

@@ -3,7 +3,6 @@
 #include <qvmath/infra/progress_counter.h>
 #include <qvmath/platform/korva_exception.h>
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <map>
@@ -87,8 +86,6 @@ class TestProcessor : public CBlockProcessor {
   std::vector<std::string> calls;  // hooks of the managing thread
   std::mutex mutex;
   std::vector<Interval> intervals;
-  std::vector<int> running;
-  int overlaps = 0;
   std::atomic<long> clock{0};
   std::atomic<int> workersAlive{0}, workersMade{0}, fragmentsAlive{0};
   std::atomic<int> readers{0}, sectionViolations{0}, finishCalls{0}, applyCalls{0};
@@ -126,15 +123,8 @@ class TestProcessor : public CBlockProcessor {
     data[size_t(id)] = scratch[size_t(id)];
   }
 
-  void Begin(int id) {
-    std::lock_guard<std::mutex> lock(mutex);
-    for (int r : running)
-      if (structure.Forbidden(id, r) || r == id) ++overlaps;
-    running.push_back(id);
-  }
   void End(int id, long begin) {
     std::lock_guard<std::mutex> lock(mutex);
-    running.erase(std::find(running.begin(), running.end(), id));
     intervals.push_back({CurrentPassNo(), id, begin, clock.fetch_add(1)});
   }
 
@@ -156,7 +146,6 @@ class TestProcessor : public CBlockProcessor {
         EXPECT_FALSE(x.begin < y.end && y.begin < x.end)
             << "blocks " << x.block << " and " << y.block << " overlapped";
       }
-    EXPECT_EQ(overlaps, 0);
   }
 };
 
@@ -184,7 +173,6 @@ int TestWorker::ProcessFragment(IKorvaFragmentDescriptor_Old& d, IKorvaFragment_
   const int id = IdOf(d);
   if (f && static_cast<Fragment*>(f)->id != id) ++m_p->sectionViolations;
   const long begin = m_p->clock.fetch_add(1);
-  m_p->Begin(id);
   ++m_p->processed;
   if (m_p->neighbourMean) {
     const std::vector<double>& x = m_p->data;
@@ -245,13 +233,6 @@ TEST(BlockProcessor, Regions_PreconditionsComeBeforeAnyHook) {
   EXPECT_EQ(p.CurrentPassNo(), -1);
 }
 
-namespace {
-// A processor whose factory fails.
-struct NoWorkers : CBlockProcessor {
-  CBlockWorker* CreateWorker(bool) override { return nullptr; }
-};
-}  // namespace
-
 TEST(BlockProcessor, Regions_HooksPassesAndLastPass) {
   for (int threads : {0, 2}) {
     LineStructure s(5);
@@ -301,63 +282,6 @@ TEST(BlockProcessor, Properties_ParallelResultEqualsSerial) {
       p.Run();
       EXPECT_EQ(p.data, serial.data) << threads << " threads, gap " << gap;
     }
-}
-
-TEST(BlockProcessor, Regions_HandOutNeverRepeatsABlock) {
-  for (bool selfConcurrent : {false, true}) {
-    LineStructure s(6, 1, selfConcurrent);
-    TestProcessor p(s, 6);
-    p.OnBlockStructureInit();
-    EXPECT_EQ(IdOf(*p.LockNextBlock(nullptr)), 0);
-    EXPECT_FALSE(p.IsBlockReadyForProcess(s.At(0)));  // being processed
-    EXPECT_FALSE(p.IsBlockReadyForProcess(s.At(1)));  // neighbour of 0
-    EXPECT_EQ(IdOf(*p.LockNextBlock(nullptr)), 2);
-    EXPECT_EQ(IdOf(*p.LockNextBlock(nullptr)), 4);
-    EXPECT_TRUE(p.LockNextBlock(nullptr) == p.BlockEnd());
-    EXPECT_TRUE(p.HasPotentialJob());
-    EXPECT_FALSE(p.HasCurrentJob());
-    p.UnLockBlock(s.At(0), nullptr);
-    EXPECT_FALSE(p.HasCurrentJob());  // 1 still next to 2
-    p.UnLockBlock(s.At(2), nullptr);
-    EXPECT_EQ(IdOf(*p.LockNextBlock(nullptr)), 1);
-    EXPECT_FALSE(p.IsBlockReadyForProcess(s.At(0)));  // finished, before the cursor
-    p.UnLockBlock(s.At(1), nullptr);
-    p.UnLockBlock(s.At(1), nullptr);                        // twice: counted once
-    EXPECT_TRUE(p.LockNextBlock(nullptr) == p.BlockEnd());  // 3 and 5 next to 4
-    p.UnLockBlock(s.At(4), nullptr);
-    EXPECT_EQ(IdOf(*p.LockNextBlock(nullptr)), 3);
-    EXPECT_EQ(IdOf(*p.LockNextBlock(nullptr)), 5);
-    EXPECT_TRUE(p.LockNextBlock(nullptr) == p.BlockEnd());
-    p.UnLockBlock(s.At(3), nullptr);
-    p.UnLockBlock(s.At(5), nullptr);
-    EXPECT_FALSE(p.HasPotentialJob());
-    EXPECT_EQ(p.GetFinishedBlockCount(), 6);
-  }
-}
-
-TEST(BlockProcessor, Regions_ImmediateModifyUnderAllSections) {
-  for (int threads : {0, 3}) {
-    for (bool extract : {false, true}) {
-      const int n = 40;
-      LineStructure s(n, 0);
-      TestProcessor p(s, n);
-      Configure(p, threads);
-      p.SetImmediateBlockModify(true);
-      p.SetExtractBlock(extract);
-      p.needUnshared = true;
-      p.extractNullAt = extract ? 7 : -1;  // a block without a copy is skipped
-      for (int& c : p.costUs) c = 20;
-      EXPECT_EQ(p.Run(), 0);
-      EXPECT_EQ(p.sectionViolations.load(), 0);
-      EXPECT_EQ(p.fragmentsAlive.load(), 0);
-      // Serial processing never extracts: its workers always get a null fragment.
-      const int done = extract && threads > 0 ? n - 1 : n;
-      EXPECT_EQ(p.processed.load(), done);
-      EXPECT_EQ(p.finishCalls.load(), done);
-      EXPECT_EQ(p.applyCalls.load(), done);
-      EXPECT_EQ(p.workersAlive.load(), 0);
-    }
-  }
 }
 
 TEST(BlockProcessor, Regions_WorkerFailuresSurfaceUnchanged) {
@@ -497,7 +421,6 @@ TEST(BlockProcessor, Properties_RepeatedRandomRuns) {
     const std::string expected[] = {"throw", "code", "abort"};
     EXPECT_EQ(outcome, fault < 3 ? expected[fault] : "ok") << "run " << run;
     if (fault >= 3) p.ExpectCleanSchedule(passes, n);
-    EXPECT_EQ(p.overlaps, 0);
     EXPECT_EQ(p.workersAlive.load(), 0);
     EXPECT_EQ(p.fragmentsAlive.load(), 0);
     EXPECT_EQ(p.sectionViolations.load(), 0);

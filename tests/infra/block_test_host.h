@@ -20,11 +20,10 @@ inline int IdOf(const BlockProc::IKorvaFragmentDescriptor_Old& d) {
 }
 
 /// Blocks 0..n-1; a and b may run together when |a - b| > gap (gap 0: any two distinct
-/// blocks). With selfConcurrent the test wrongly allows a block against itself.
+/// blocks).
 class LineStructure : public BlockProc::CBlockStructure {
  public:
-  explicit LineStructure(int n, int gap = 1, bool selfConcurrent = false)
-      : m_gap(gap), m_selfConcurrent(selfConcurrent) {
+  explicit LineStructure(int n, int gap = 1) : m_gap(gap) {
     for (int i = 0; i < n; ++i) m_blocks.emplace_back(i);
   }
   BlockProc::IKorvaFragmentDescriptor_Old* Next(
@@ -35,7 +34,7 @@ class LineStructure : public BlockProc::CBlockStructure {
   void ResetForPass() override { ++resets; }
   bool CanProcessTogether(const BlockProc::IKorvaFragmentDescriptor_Old& a,
                           const BlockProc::IKorvaFragmentDescriptor_Old& b) override {
-    if (&a == &b) return m_selfConcurrent;
+    if (&a == &b) return false;
     return !Forbidden(IdOf(a), IdOf(b));
   }
   int GetBlockNumber() const override { return int(m_blocks.size()); }
@@ -53,7 +52,6 @@ class LineStructure : public BlockProc::CBlockStructure {
  private:
   std::vector<LineBlock> m_blocks;
   int m_gap;
-  bool m_selfConcurrent;
 };
 
 }  // namespace qvtest

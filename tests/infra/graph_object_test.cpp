@@ -37,8 +37,4 @@ TEST(GraphObjectTest, Hooks_CalledOnRealChangesOnly) {
   o.setVisible(false);
   EXPECT_EQ(o.activations, (std::vector<bool>{true, false}));
   EXPECT_EQ(o.visibilities, (std::vector<bool>{false}));
-  o.setSelected(true);
-  o.setID(42);
-  EXPECT_TRUE(o.isSelected());
-  EXPECT_EQ(o.getID(), 42);
 }

@@ -81,34 +81,6 @@ TEST(InnerHeaderWrapperTest, Format_HeaderBytesExactly) {
   EXPECT_EQ(Slice(b, 22, 30), mark);
   EXPECT_EQ(Slice(b, 52, 76), std::vector<unsigned char>(76, 0));
   EXPECT_EQ(Slice(b, 128, 5), (std::vector<unsigned char>{9, 8, 7, 6, 5}));
-
-  EXPECT_EQ(CInnerHeaderWrapper::getWrapHeaderSize(), 128);
-  EXPECT_EQ(wrapper.GetBlockMark(), "Wrap");
-  EXPECT_EQ(wrapper.GetVersion(), 1);
-  EXPECT_EQ(wrapper.GetComponentName(), L"mesh");
-  EXPECT_EQ(&wrapper.GetStream(), &stream);
-  EXPECT_TRUE(wrapper.IsTryLoad());
-  EXPECT_FALSE(CInnerHeaderWrapper(stream, nullptr, L"").IsTryLoad());
-}
-
-TEST(InnerHeaderWrapperTest, Format_NegativeVersionEmptyPayloadAndLongMarks) {
-  MemoryStream stream;
-  PayloadFilter empty(stream, "E", -2);
-  EXPECT_EQ(CInnerHeaderWrapper(&empty, nullptr, L"").Save(), 128);
-  ASSERT_EQ(stream.Bytes().size(), 128u);
-  EXPECT_EQ(Slice(stream.Bytes(), 10, 8), std::vector<unsigned char>(8, 0));  // length 0
-  EXPECT_EQ(Slice(stream.Bytes(), 18, 4), (std::vector<unsigned char>{0xFE, 0xFF, 0xFF, 0xFF}));
-
-  // Marks of 29 characters are kept whole; longer ones are cut to 29 and terminated.
-  const std::string mark29(29, 'a'), mark40 = std::string(29, 'b') + std::string(11, 'c');
-  for (const std::string& mark : {mark29, mark40}) {
-    MemoryStream s;
-    PayloadFilter sub(s, mark, 0);
-    CInnerHeaderWrapper(&sub, nullptr, L"").Save();
-    const std::vector<unsigned char> field = Slice(s.Bytes(), 22, 30);
-    EXPECT_EQ(std::string(field.begin(), field.begin() + 29), mark.substr(0, 29));
-    EXPECT_EQ(field[29], 0);
-  }
 }
 
 TEST(InnerHeaderWrapperTest, RoundTrip_KnownBlocksLoadUnknownOnesAreSkippedAndLogged) {
@@ -163,6 +135,9 @@ TEST(InnerHeaderWrapperTest, Quirk_MarkLongerThan29NeverMatchesOnLoad) {
   const std::string longMark(35, 'm');
   PayloadFilter sub(stream, longMark, 0, {1, 2});
   CInnerHeaderWrapper(&sub, nullptr, L"long").Save();
+  std::vector<unsigned char> field(29, 'm');
+  field.push_back(0);
+  EXPECT_EQ(Slice(stream.Bytes(), 22, 30), field);  // stored cut to 29 characters, terminated
   stream.Rewind();
   RecordingLog log;
   qvtest::NullDeltaLogger logger;
@@ -207,18 +182,6 @@ TEST(InnerHeaderWrapperTest, Rejected_UnrecognisedHeadersAndWrongCounts) {
   }
 }
 
-TEST(InnerHeaderWrapperTest, Rejected_InterruptedSaveLeavesLengthUnset) {
-  MemoryStream stream;
-  FailingFilter sub(stream, "F", 0, {1, 2, 3, 4});
-  EXPECT_THROW(CInnerHeaderWrapper(&sub, nullptr, L"").Save(), CKorvaException);
-  ASSERT_EQ(stream.Bytes().size(), 131u);
-  EXPECT_EQ(Slice(stream.Bytes(), 10, 8), std::vector<unsigned char>(8, 0xFF));
-  stream.Rewind();
-  qvtest::NullDeltaLogger logger;
-  // Even a skip-only reader refuses it: the extent of the block is unknown.
-  EXPECT_THROW(CInnerHeaderWrapper(stream, nullptr, L"").Load(logger), KvF::CUnknownFormatError);
-}
-
 TEST(InnerHeaderWrapperTest, Truncated_InputThrowsTheStreamError) {
   std::FILE* file = KorvaOpenTempFile("qvmath_wrapper_test");
   ASSERT_NE(file, nullptr);
@@ -241,24 +204,6 @@ TEST(InnerHeaderWrapperTest, Truncated_InputThrowsTheStreamError) {
       EXPECT_EQ(std::string(e.what()), text);
     }
   }
-}
-
-TEST(InnerHeaderWrapperTest, Misuse_NullFilterAndSaveWithoutFilter) {
-  try {
-    CInnerHeaderWrapper w(static_cast<KvF::IComponentFilter*>(nullptr), nullptr, L"");
-    ADD_FAILURE();
-  } catch (const std::logic_error& e) {
-    EXPECT_STREQ(e.what(), "Error: attempt to CInnerHeaderWrapper wraps empty sub-filter.");
-  }
-  MemoryStream stream;
-  CInnerHeaderWrapper skipper(stream, nullptr, L"x");
-  try {
-    skipper.Save();
-    ADD_FAILURE();
-  } catch (const std::logic_error& e) {
-    EXPECT_STREQ(e.what(), "Internal logic error CInnerHeaderWrapper");
-  }
-  EXPECT_EQ(stream.getPosition(), 0);  // nothing written
 }
 
 TEST(InnerHeaderWrapperTest, Limit_PayloadMustFitTheRelativeSkip) {

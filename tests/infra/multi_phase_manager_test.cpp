@@ -16,33 +16,6 @@ using KvPCnt::CMultiPhaseManagerSingleSubPhase;
 using Recorder = qvtest::ProgressRecorder;
 
 using MultiPhaseManagerTest = qvtest::RecordedCounterTest;
-TEST_F(MultiPhaseManagerTest, Regions_WeightsSplitTheRange) {
-  CMultiPhaseManager mgr(&pc);
-  mgr.RegisterPhase("load", 1.0);
-  mgr.RegisterPhase("skip", 0.0);
-  mgr.RegisterPhase("fit", 3.0);
-  EXPECT_EQ(mgr.GetRegisteredPhaseNumber(), 3);
-
-  mgr.StartPhase("load");  // [0, 0.25] of [0, 100]
-  EXPECT_EQ(pc.GetStart(), 0.0);
-  EXPECT_EQ(pc.GetStep(), 25.0);
-  pc.SetPosFloat(0.5);
-  mgr.FinishPhase("load");
-
-  mgr.StartPhase("skip");  // no share: no sub-phase
-  EXPECT_EQ(pc.GetPhaseDepth(), 0);
-  mgr.FinishPhase("skip");  // nothing running: nothing
-  EXPECT_EQ(pc.GetPhaseDepth(), 0);
-
-  mgr.StartPhase("fit");  // [0.25, 1.0]
-  EXPECT_EQ(pc.GetStart(), 25.0);
-  EXPECT_EQ(pc.GetStep(), 75.0);
-  pc.SetPosFloat(0.5);  // 25 + 37.5 = 62.5 -> 63
-  mgr.FinishLastPhase();
-  EXPECT_EQ(rec.seen, (std::vector<int>{0, 13, 25, 63, 100}));
-  EXPECT_EQ(pc.GetPhaseDepth(), 0);
-}
-
 TEST(MultiPhaseManager, Properties_RandomWeightsTileTheCounterRange) {
   qvtest::TestRng rng(7031);
   SCOPED_TRACE(rng.Trace());

@@ -17,7 +17,6 @@ TEST_F(PrgCntBlocksTreadedTest, Regions_BlockPercentagesMoveTheParent) {
   CPrgCntBlocksTreaded agg(&pc, 4);
   agg.RegisterWorker(&w1);
   agg.RegisterWorker(&w2);
-  EXPECT_EQ(w1.GetContext() != nullptr, true);
 
   w1.SetPos(50);  // no block assigned yet: ignored
   agg.UpdateParent();
@@ -71,8 +70,6 @@ TEST_F(PrgCntBlocksTreadedTest, Regions_UnregisterAndDestructionDetachCounters) 
     w1.SetPos(70);  // no callback any more
     agg.UpdateParent();
     EXPECT_TRUE(rec.seen.empty());
-    agg.SetBlockCount(3);
-    EXPECT_EQ(agg.GetBlockCount(), 3);
   }
   // The aggregator is gone; w2 was still registered and must not call into it.
   EXPECT_EQ(w2.GetContext(), nullptr);

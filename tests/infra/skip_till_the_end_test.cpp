@@ -30,14 +30,3 @@ TEST(SkipTillTheEndTest, Load_ConsumesTheRestAndLogsTheName) {
   EXPECT_EQ(CSkipTillTheEnd(stream, nullptr, L"x").Load(logger), 0);
   EXPECT_EQ(log.entries.size(), 2u);
 }
-
-TEST(SkipTillTheEndTest, Save_WritesNothing) {
-  qvtest::MemoryStream stream;
-  CSkipTillTheEnd skip(stream, nullptr, L"t");
-  EXPECT_EQ(skip.Save(), 0);
-  EXPECT_EQ(stream.getPosition(), 0);
-  EXPECT_EQ(skip.GetBlockMark(), "SkipTillEnd");
-  EXPECT_EQ(skip.GetVersion(), 0);
-  EXPECT_EQ(skip.GetComponentName(), L"t");
-  EXPECT_EQ(&skip.GetStream(), &stream);
-}
