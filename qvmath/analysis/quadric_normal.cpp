@@ -88,16 +88,23 @@ bool FitLocalQuadric(int n, const Point3D* pts, const LocalQuadricOptions& opt,
 
   // The weighted fit about the current origin o, in coordinates scaled by s.
   double residual2 = 0;
+  // The design row of point i, its weight and its scaled height z.
+  auto rowOf = [&](int i, bool freeTerm, double* row, double& w) {
+    double q[3];
+    local(i, q);
+    const double d2 = q[0] * q[0] + q[1] * q[1] + q[2] * q[2];
+    w = opt.weighted ? 1.0 / std::max(d2, floor2) : 1.0;
+    const double u = q[0] / s, v = q[1] / s, z = q[2] / s;
+    const double r[kUnknowns] = {u * u, u * v, v * v, u,     v,
+                                 freeTerm ? 1.0 : 0.0, z * z, u * z, v * z};
+    std::copy(r, r + kUnknowns, row);
+    return z;
+  };
   auto fit = [&](bool freeTerm, double ridge, double* coef) {
     NormalEquations<kUnknowns> ne;
     for (int i = 0; i < n; ++i) {
-      double q[3];
-      local(i, q);
-      const double d2 = q[0] * q[0] + q[1] * q[1] + q[2] * q[2];
-      const double w = opt.weighted ? 1.0 / std::max(d2, floor2) : 1.0;
-      const double u = q[0] / s, v = q[1] / s, z = q[2] / s;
-      const double row[kUnknowns] = {u * u, u * v, v * v, u,     v,
-                                     freeTerm ? 1.0 : 0.0, z * z, u * z, v * z};
+      double row[kUnknowns], w;
+      const double z = rowOf(i, freeTerm, row, w);
       ne.Add(row, z, w);
     }
     ne.Symmetrise();
@@ -110,13 +117,8 @@ bool FitLocalQuadric(int n, const Point3D* pts, const LocalQuadricOptions& opt,
     // The weighted mean square of the algebraic residual (scaled units).
     double rr = 0, ws = 0;
     for (int i = 0; i < n; ++i) {
-      double q[3];
-      local(i, q);
-      const double d2 = q[0] * q[0] + q[1] * q[1] + q[2] * q[2];
-      const double w = opt.weighted ? 1.0 / std::max(d2, floor2) : 1.0;
-      const double u = q[0] / s, v = q[1] / s, z = q[2] / s;
-      const double row[kUnknowns] = {u * u, u * v, v * v, u,     v,
-                                     freeTerm ? 1.0 : 0.0, z * z, u * z, v * z};
+      double row[kUnknowns], w;
+      const double z = rowOf(i, freeTerm, row, w);
       double e = z;
       for (int j = 0; j < kUnknowns; ++j) e -= row[j] * coef[j];
       rr += w * e * e;

@@ -85,16 +85,11 @@ bool GetSignedCurvatures(int n, const REmath::Point3D* pts, const Point3D_d& ori
     const double row[6] = {1.0, u, v, u * u, u * v, v * v};
     ne.Add(row, q[2] / s, 1.0);
   }
-  ne.Symmetrise();
-  REmath::detail::EquilibratedCholesky<6> ch;
-  ch.Factor(ne.G, 0.0);
-  const double rcond = ch.RCond(ne.G);
-  if (!(rcond >= kMinConditioning)) {
+  double c[6], rcond;
+  if (!REmath::detail::SolveIfConditioned(ne, kMinConditioning, c, rcond)) {
     Invalid(out, rcond);
     return false;
   }
-  double c[6];
-  ch.Solve(ne.r, c);
   // Unscaled derivatives at (0, 0): h_u, h_v, h_uu, h_uv, h_vv.
   const double hu = c[1], hv = c[2];
   const double huu = 2 * c[3] / s, huv = c[4] / s, hvv = 2 * c[5] / s;
@@ -159,16 +154,11 @@ bool GetSignedCurvatures(int n, const REmath::Point3D* pts, const REmath::Point3
       ne.Add(rowU, m[0] / ml, 1.0);
       ne.Add(rowV, m[1] / ml, 1.0);
     }
-    ne.Symmetrise();
-    REmath::detail::EquilibratedCholesky<5> ch;
-    ch.Factor(ne.G, 0.0);
-    const double rcond = ch.RCond(ne.G);
-    if (!(rcond >= kMinConditioning)) {
+    double c[5], rcond;
+    if (!REmath::detail::SolveIfConditioned(ne, kMinConditioning, c, rcond)) {
       Invalid(out, rcond);
       return false;
     }
-    double c[5];
-    ch.Solve(ne.r, c);
     if (pass == 1) {
       const double T1[3] = {1, 0, 0}, T2[3] = {0, 1, 0};
       return Finish(frame, T1, T2, c[2] / s, c[3] / s, c[4] / s, rcond, out);
