@@ -45,87 +45,43 @@ Outcome RunSimple(Simple which, const Problem& p, bool peer, int stopAt = 0, int
   o.fvec.assign(m, 0.0);
   o.ipvt.assign(n, 0);
   Vec fjac(static_cast<size_t>(m) * n), wa(lwa);
-  double tol = kTol;
-  auto run = [&](auto& f, auto ours, auto theirs) {
-    f.stopAt = stopAt, f.stopValue = stopValue;
-    if (peer)
-      o.info = theirs(static_cast<Evaluator*>(&f));
-    else
-      ours(f);
-    o.counts = f.counts;
-  };
+  double tol = kTol, *x = o.x.data(), *f = o.fvec.data(), *J = fjac.data(), *w = wa.data();
+  int* ip = o.ipvt.data();
+  LmderFn der(p);
+  LmdifFn dif(p);
+  LmstrFn str(p);
+  HybrdFn hd(p);
+  HybrjFn hj(p);
+  Evaluator* e[] = {&der, &dif, &str, &hd, &hj};
+  Evaluator* used = e[static_cast<int>(which)];
+  used->stopAt = stopAt, used->stopValue = stopValue;
   switch (which) {
-    case Simple::Lmder1: {
-      LmderFn f(p);
-      run(
-          f,
-          [&](LmderFn& g) {
-            REmath::lmder1_(g, &m, &n, o.x.data(), o.fvec.data(), fjac.data(), &ld, &tol, &o.info,
-                            o.ipvt.data(), wa.data(), &lwa);
-          },
-          [&](Evaluator* e) {
-            return ::lmder1(PeerLmder, e, m, n, o.x.data(), o.fvec.data(), fjac.data(), ld, tol,
-                            o.ipvt.data(), wa.data(), lwa);
-          });
+    case Simple::Lmder1:
+      o.info =
+          peer ? ::lmder1(PeerLmder, used, m, n, x, f, J, ld, tol, ip, w, lwa)
+               : (REmath::lmder1_(der, &m, &n, x, f, J, &ld, &tol, &o.info, ip, w, &lwa), o.info);
       break;
-    }
-    case Simple::Lmdif1: {
-      LmdifFn f(p);
-      run(
-          f,
-          [&](LmdifFn& g) {
-            REmath::lmdif1_(g, &m, &n, o.x.data(), o.fvec.data(), &tol, &o.info, o.ipvt.data(),
-                            wa.data(), &lwa);
-          },
-          [&](Evaluator* e) {
-            return ::lmdif1(PeerLmdif, e, m, n, o.x.data(), o.fvec.data(), tol, o.ipvt.data(),
-                            wa.data(), lwa);
-          });
+    case Simple::Lmdif1:
+      o.info = peer ? ::lmdif1(PeerLmdif, used, m, n, x, f, tol, ip, w, lwa)
+                    : (REmath::lmdif1_(dif, &m, &n, x, f, &tol, &o.info, ip, w, &lwa), o.info);
       break;
-    }
-    case Simple::Lmstr1: {
-      LmstrFn f(p);
-      run(
-          f,
-          [&](LmstrFn& g) {
-            REmath::lmstr1_(g, &m, &n, o.x.data(), o.fvec.data(), fjac.data(), &ld, &tol, &o.info,
-                            o.ipvt.data(), wa.data(), &lwa);
-          },
-          [&](Evaluator* e) {
-            return ::lmstr1(PeerLmstr, e, m, n, o.x.data(), o.fvec.data(), fjac.data(), ld, tol,
-                            o.ipvt.data(), wa.data(), lwa);
-          });
+    case Simple::Lmstr1:
+      o.info =
+          peer ? ::lmstr1(PeerLmstr, used, m, n, x, f, J, ld, tol, ip, w, lwa)
+               : (REmath::lmstr1_(str, &m, &n, x, f, J, &ld, &tol, &o.info, ip, w, &lwa), o.info);
       break;
-    }
-    case Simple::Hybrd1: {
-      HybrdFn f(p);
-      run(
-          f,
-          [&](HybrdFn& g) {
-            REmath::hybrd1_(g, &n, o.x.data(), o.fvec.data(), &tol, &o.info, wa.data(), &lwa);
-          },
-          [&](Evaluator* e) {
-            return ::hybrd1(PeerHybrd, e, n, o.x.data(), o.fvec.data(), tol, wa.data(), lwa);
-          });
+    case Simple::Hybrd1:
+      o.info = peer ? ::hybrd1(PeerHybrd, used, n, x, f, tol, w, lwa)
+                    : (REmath::hybrd1_(hd, &n, x, f, &tol, &o.info, w, &lwa), o.info);
       o.ipvt.clear();
       break;
-    }
-    case Simple::Hybrj1: {
-      HybrjFn f(p);
-      run(
-          f,
-          [&](HybrjFn& g) {
-            REmath::hybrj1_(g, &n, o.x.data(), o.fvec.data(), fjac.data(), &ld, &tol, &o.info,
-                            wa.data(), &lwa);
-          },
-          [&](Evaluator* e) {
-            return ::hybrj1(PeerHybrj, e, n, o.x.data(), o.fvec.data(), fjac.data(), ld, tol,
-                            wa.data(), lwa);
-          });
+    case Simple::Hybrj1:
+      o.info = peer ? ::hybrj1(PeerHybrj, used, n, x, f, J, ld, tol, w, lwa)
+                    : (REmath::hybrj1_(hj, &n, x, f, J, &ld, &tol, &o.info, w, &lwa), o.info);
       o.ipvt.clear();
       break;
-    }
   }
+  o.counts = used->counts;
   return o;
 }
 
