@@ -114,10 +114,10 @@ void BM_Hybrd1_Cminpack(benchmark::State& st) { Run<false>(st, kHybrd1); }
 
 }  // namespace
 
-BENCHMARK(BM_Lmder1_QVmath)->DenseRange(0, 7);
-BENCHMARK(BM_Lmder1_Cminpack)->DenseRange(0, 7);
-BENCHMARK(BM_Lmdif1_QVmath)->DenseRange(0, 7);
-BENCHMARK(BM_Lmdif1_Cminpack)->DenseRange(0, 7);
+BENCHMARK(BM_Lmder1_QVmath)->DenseRange(0, 5);
+BENCHMARK(BM_Lmder1_Cminpack)->DenseRange(0, 5);
+BENCHMARK(BM_Lmdif1_QVmath)->DenseRange(0, 5);
+BENCHMARK(BM_Lmdif1_Cminpack)->DenseRange(0, 5);
 BENCHMARK(BM_Hybrd1_QVmath)->DenseRange(0, kSquareProblems - 1);
 BENCHMARK(BM_Hybrd1_Cminpack)->DenseRange(0, kSquareProblems - 1);
 

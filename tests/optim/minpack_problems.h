@@ -86,38 +86,6 @@ inline void BardJ(int m, int, const double* x, double* j, int ld) {
   }
 }
 
-constexpr double kKowalikY[11] = {0.1957, 0.1947, 0.1735, 0.1600, 0.0844, 0.0627,
-                                  0.0456, 0.0342, 0.0323, 0.0235, 0.0246};
-constexpr double kKowalikU[11] = {4.0,   2.0,   1.0,   0.5,    0.25,  0.167,
-                                  0.125, 0.1,   0.0833, 0.0714, 0.0625};
-inline void KowalikOsborneF(int m, int, const double* x, double* f) {
-  for (int i = 0; i < m; ++i) {
-    const double u = kKowalikU[i];
-    f[i] = kKowalikY[i] - x[0] * (u * u + u * x[1]) / (u * u + u * x[2] + x[3]);
-  }
-}
-inline void KowalikOsborneJ(int m, int, const double* x, double* j, int ld) {
-  for (int i = 0; i < m; ++i) {
-    const double u = kKowalikU[i], num = u * u + u * x[1], den = u * u + u * x[2] + x[3];
-    j[i] = -num / den, j[i + ld] = -x[0] * u / den;
-    j[i + 2 * ld] = x[0] * num * u / (den * den), j[i + 3 * ld] = x[0] * num / (den * den);
-  }
-}
-
-inline void Box3DF(int m, int, const double* x, double* f) {
-  for (int i = 0; i < m; ++i) {
-    const double t = 0.1 * (i + 1);
-    f[i] = std::exp(-t * x[0]) - std::exp(-t * x[1]) - x[2] * (std::exp(-t) - std::exp(-10 * t));
-  }
-}
-inline void Box3DJ(int m, int, const double* x, double* j, int ld) {
-  for (int i = 0; i < m; ++i) {
-    const double t = 0.1 * (i + 1);
-    j[i] = -t * std::exp(-t * x[0]), j[i + ld] = t * std::exp(-t * x[1]);
-    j[i + 2 * ld] = -(std::exp(-t) - std::exp(-10 * t));
-  }
-}
-
 // Watson: 29 polynomial residuals on t = i/29 and two that pin x0 and x1.
 inline void WatsonF(int, int n, const double* x, double* f) {
   for (int i = 0; i < 29; ++i) {
@@ -144,7 +112,7 @@ inline void WatsonJ(int, int n, const double* x, double* j, int ld) {
   j[29] = 1.0, j[30] = -2.0 * x[0], j[30 + ld] = 1.0;
 }
 
-/// The eight problems; the first four are square (usable by the hybrid solvers).
+/// The six problems; the first four are square (usable by the hybrid solvers).
 inline const std::vector<Problem>& All() {
   static const std::vector<Problem> problems = {
       {"Rosenbrock", 2, 2, {-1.2, 1.0}, RosenbrockF, RosenbrockJ, 0.0},
@@ -152,9 +120,6 @@ inline const std::vector<Problem>& All() {
       {"HelicalValley", 3, 3, {-1.0, 0.0, 0.0}, HelicalValleyF, HelicalValleyJ, 0.0},
       {"FreudensteinRoth", 2, 2, {0.5, -2.0}, FreudensteinRothF, FreudensteinRothJ, 48.9842536},
       {"Bard", 15, 3, {1.0, 1.0, 1.0}, BardF, BardJ, 8.21487e-3},
-      {"KowalikOsborne", 11, 4, {0.25, 0.39, 0.415, 0.39}, KowalikOsborneF, KowalikOsborneJ,
-       3.07505e-4},
-      {"Box3D", 10, 3, {0.0, 10.0, 20.0}, Box3DF, Box3DJ, 0.0},
       {"Watson", 31, 6, {0, 0, 0, 0, 0, 0}, WatsonF, WatsonJ, 2.28767e-3}};
   return problems;
 }
