@@ -288,11 +288,12 @@ bool BitsOrBothNaN(T a, T b) {
   return std::memcmp(&a, &b, sizeof(T)) == 0;
 }
 
-// A random value with a share of exact zeros and, when asked, of infinities and NaNs.
+// A random value with a share of exact zeros (half of them -0, which the zero skip treats
+// as zero) and, when asked, of infinities and NaNs.
 template <class T>
 T RandomValue(qvtest::TestRng& rng, bool special) {
   const int pick = rng.Int(0, 99);
-  if (pick < 20) return T(0);
+  if (pick < 20) return pick % 2 ? T(0) : T(-0.0);
   if (std::is_floating_point<T>::value && special && pick < 23) {
     const T inf = std::numeric_limits<T>::infinity();
     return pick == 20 ? inf : pick == 21 ? -inf : std::numeric_limits<T>::quiet_NaN();
@@ -375,24 +376,6 @@ TYPED_TEST(ProductTyped, Product_ShapeFaultsAndCommutator) {
   I.diag(T(1));
   EXPECT_TRUE(A * I == A);
   EXPECT_TRUE(I * A == A);
-}
-
-// The zero skip keeps an infinity of B out of C; a NaN in A is not skipped; A·v has no skip.
-TEST(MatrixTest, Product_ZeroSkipAgainstInfinity) {
-  const double inf = std::numeric_limits<double>::infinity();
-  Matrix<double> A(1, 2), B(2, 1);
-  A(0, 0) = 0.0, A(0, 1) = 2.0;
-  B(0, 0) = inf, B(1, 0) = 3.0;
-  EXPECT_EQ((A * B)(0, 0), 6.0);
-  A(0, 0) = -0.0;
-  EXPECT_EQ((A * B)(0, 0), 6.0) << "-0 compares equal to zero";
-  A(0, 0) = std::numeric_limits<double>::quiet_NaN();
-  B(0, 0) = 1.0;
-  EXPECT_TRUE(std::isnan((A * B)(0, 0)));
-  A(0, 0) = 0.0;
-  Vector<double> v(2);
-  v[0] = inf, v[1] = 3.0;
-  EXPECT_TRUE(std::isnan((A * v)[0]));
 }
 
 // Matrix<HPoint3D>: componentwise element products; a term is skipped only when the whole
