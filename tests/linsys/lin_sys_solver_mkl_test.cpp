@@ -116,11 +116,10 @@ const std::vector<CVertexLinearCombination<T>>& Equations() {
 
 template <class T>
 void Run(const std::vector<Step>& steps, IVertexPosLinearSystem<T>& sys) {
-  for (const Step& step : steps) {
-    if (step.kind == kFree) sys.DefineFreeVertex(step.arg);
-    if (step.kind == kFixed) sys.DefineFixedVertex(step.arg);
-    if (step.kind == kEquation) sys.AddEquation(Equations<T>()[static_cast<std::size_t>(step.arg)]);
-  }
+  for (const Step& step : steps)
+    step.kind == kFree    ? sys.DefineFreeVertex(step.arg)
+    : step.kind == kFixed ? sys.DefineFixedVertex(step.arg)
+                          : sys.AddEquation(Equations<T>()[static_cast<std::size_t>(step.arg)]);
 }
 
 // Free {10, 20}, fixed {30}; 2·x10 − x20 − x30 = 0 and −x10 + 2·x20 = 0.
@@ -157,11 +156,9 @@ TYPED_TEST(LinSysSolverMKLTest, Misuse_SpoilsForGood) {
     SCOPED_TRACE(scenario.name);
     CLinSysSolverMKL<T> sys;
     Run<T>(scenario.steps, sys);
-    EXPECT_TRUE(sys.IsSpoiled());
     Run<T>(kWorkedDefinitions, sys);  // well-formed calls afterwards change nothing
     Run<T>(kWorkedEquations, sys);
-    EXPECT_TRUE(sys.IsSpoiled());
-    EXPECT_FALSE(sys.IsCorrectlyDefinedSystem());
+    EXPECT_TRUE(sys.IsSpoiled() && !sys.IsCorrectlyDefinedSystem());
     Axes<T> axes(3);
     EXPECT_FALSE(axes.Solve(sys));
     EXPECT_TRUE(axes.asked.empty() && axes.received.empty());
@@ -219,12 +216,8 @@ TYPED_TEST(LinSysSolverMKLTest, Oracle_RandomLaplacianAgainstEigen) {
     CLinSysSolverMKL<T> sys;
     std::vector<int> freeByNumber;
     for (int k : order) {
-      if (k < nFree) {
-        sys.DefineFreeVertex(ids[k]);
-        freeByNumber.push_back(ids[k]);
-      } else {
-        sys.DefineFixedVertex(ids[k]);
-      }
+      k < nFree ? sys.DefineFreeVertex(ids[k]) : sys.DefineFixedVertex(ids[k]);
+      if (k < nFree) freeByNumber.push_back(ids[k]);
     }
     Axes<T> axes(kAxes);
     for (int k = nFree; k < n; ++k)
