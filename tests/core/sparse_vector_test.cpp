@@ -70,10 +70,8 @@ TEST(SparseVectorTest, Construction_FromDenseStoresEveryElement) {
   double value = -1.0;
   int pos = -1;
   s.GetNonZeroElementAndPos(2, value, pos);
-  EXPECT_EQ(pos, 2);
-  EXPECT_EQ(value, 0.0);
-  EXPECT_EQ(s.GetMinNonZeroIdx(), 0);
-  EXPECT_EQ(s.GetMaxNonZeroIdx(), 2);
+  EXPECT_TRUE(pos == 2 && value == 0.0);
+  EXPECT_TRUE(s.GetMinNonZeroIdx() == 0 && s.GetMaxNonZeroIdx() == 2);
   CSparseVector c(s);  // deep copy
   c.AssignByVector(2, v + 1);
   EXPECT_EQ(c.GetNOfNonZeroElements(), 2);

@@ -67,21 +67,6 @@ TYPED_TEST(TridiagEigenTest, Properties_RandomSymmetricMatchLapack) {
   }
 }
 
-TYPED_TEST(TridiagEigenTest, Properties_SecondDifferenceMatrixHasAnalyticSpectrum) {
-  // tqli alone on tridiag(−1, 2, −1): λ_k = 2 − 2·cos(kπ/(n+1)), k = 1..n.
-  using T = TypeParam;
-  const double pi = std::acos(-1.0);
-  for (int n : {1, 2, 5, 33}) {
-    std::vector<T> d(n, T(2)), e(n, T(-1));
-    RowMat<T> z(n);
-    for (int i = 0; i < n; ++i) z(i, i) = T(1);
-    ASSERT_EQ(Tqli(d.data(), e.data(), n, z.rows()), 1);
-    std::sort(d.begin(), d.end());
-    for (int k = 1; k <= n; ++k)
-      EXPECT_NEAR(double(d[k - 1]), 2.0 - 2.0 * std::cos(k * pi / (n + 1)), 16 * n * Eps<T>());
-  }
-}
-
 TYPED_TEST(TridiagEigenTest, Properties_PowerOfTwoScalingIsExactLowerTriangleOnly) {
   // Every step is homogeneous in the scale of A and convergence is tested relatively, so
   // scaling by 2^p scales the eigenvalues by exactly 2^p and leaves Q bit for bit. The

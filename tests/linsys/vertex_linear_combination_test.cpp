@@ -1,7 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Tests of CVertexLinearCombination, its iterator and EvaluateLinCombination: the entries
-// against a dense accumulation, ascending iteration, and evaluation against exact integer
-// arithmetic, including the informer never being asked for zero terms.
 #include <qvmath/linsys/vertex_linear_combination.h>
 
 #include <climits>
@@ -59,12 +56,8 @@ TYPED_TEST(VertexLinearCombinationTest, Entries_ZeroKeptAscendingOrder) {
   EXPECT_EQ(lc.VertexCoeff(7), T(0));  // absent: 0, and nothing is inserted
   EXPECT_EQ(EntriesOf(lc), (Entries<T>{{5, T(0)}}));
   for (int v : {9, 2, INT_MAX, INT_MIN, -1}) lc.AddVertex(v, T(v % 7));
-  EXPECT_EQ(EntriesOf(lc), (Entries<T>{{INT_MIN, T(INT_MIN % 7)},
-                                       {-1, T(-1)},
-                                       {2, T(2)},
-                                       {5, T(0)},
-                                       {9, T(2)},
-                                       {INT_MAX, T(INT_MAX % 7)}}));
+  EXPECT_EQ(EntriesOf(lc), (Entries<T>{{INT_MIN, T(INT_MIN % 7)}, {-1, T(-1)}, {2, T(2)},
+                                       {5, T(0)}, {9, T(2)}, {INT_MAX, T(INT_MAX % 7)}}));
   auto it = lc.begin();
   auto old = it++;  // post-increment yields the old position; the monom follows
   EXPECT_EQ(old->GetVertexIdx() + 0LL, INT_MIN + 0LL);
@@ -114,10 +107,9 @@ TYPED_TEST(VertexLinearCombinationTest, Properties_MatchDenseAccumulation) {
   }
 }
 
-// Small integers keep every product and partial sum exact in float and double, so the
-// result equals the integer sum in 64-bit arithmetic. Zero terms (an unknown vertex among
-// them) never reach the informer.
-TYPED_TEST(VertexLinearCombinationTest, Evaluate_ExactOnIntegersZeroTermsSkipped) {
+// Small integers keep every step exact, so the result equals the 64-bit integer sum; zero
+// terms (an unknown vertex among them) never reach the informer.
+TYPED_TEST(VertexLinearCombinationTest, Evaluate_ExactOnIntegersRoundedPerStep) {
   using T = TypeParam;
   qvtest::TestRng rng(61002);
   SCOPED_TRACE(rng.Trace());
@@ -142,19 +134,12 @@ TYPED_TEST(VertexLinearCombinationTest, Evaluate_ExactOnIntegersZeroTermsSkipped
     EXPECT_EQ(EvaluateLinCombination(lc, informer), T(exact));
     EXPECT_EQ(informer.queries, nonzero);
   }
-}
-
-// The sum is rounded to T after every term, in ascending identifier order: in float
-// 1e8 + 1 is 1e8 (the spacing there is 8), so these terms cancel to 0; double keeps the 1.
-TYPED_TEST(VertexLinearCombinationTest, Evaluate_RoundsEachStepInOrder) {
-  using T = TypeParam;
+  // The sum is rounded to T after every term, in ascending identifier order: in float
+  // 1e8 + 1 is 1e8, so these terms cancel to 0; double keeps the 1.
   CVertexLinearCombination<T> lc;
-  lc.AddVertex(3, T(-1));
-  lc.AddVertex(1, T(1));
-  lc.AddVertex(2, T(1));
-  const T expected = std::is_same<T, float>::value ? T(0) : T(1);
-  EXPECT_EQ(EvaluateLinCombination(lc, TableInformer<T>({{1, T(1e8)}, {2, T(1)}, {3, T(1e8)}})),
-            expected);
+  for (int v : {3, 1, 2}) lc.AddVertex(v, T(v == 3 ? -1 : 1));
+  const TableInformer<T> big({{1, T(1e8)}, {2, T(1)}, {3, T(1e8)}});
+  EXPECT_EQ(EvaluateLinCombination(lc, big), (std::is_same<T, float>::value ? T(0) : T(1)));
 }
 
 }  // namespace

@@ -10,25 +10,28 @@
 #include <thread>
 #include <vector>
 
+namespace {
+// Whether another thread can take the section right now (it releases it again at once).
+bool OtherThreadGets(CKorvaCritSection& cs) {
+  bool got = false;
+  std::thread other([&] {
+    got = cs.TryLock();
+    if (got) cs.Unlock();
+  });
+  other.join();
+  return got;
+}
+}  // namespace
+
 TEST(CritSectionTest, Reentrancy_OwnerMayLockAgain) {
   CKorvaCritSection cs;
   cs.Lock();
   cs.Lock();  // a plain mutex would deadlock here
-  bool otherGotIt = true;
-  std::thread other([&] { otherGotIt = cs.TryLock(); });
-  other.join();
-  EXPECT_FALSE(otherGotIt) << "owned twice, another thread must not get it";
+  EXPECT_FALSE(OtherThreadGets(cs));
   cs.Unlock();
-  std::thread stillOwned([&] { otherGotIt = cs.TryLock(); });
-  stillOwned.join();
-  EXPECT_FALSE(otherGotIt) << "one level still held";
+  EXPECT_FALSE(OtherThreadGets(cs)) << "one level still held";
   cs.Unlock();
-  std::thread free([&] {
-    otherGotIt = cs.TryLock();
-    if (otherGotIt) cs.Unlock();
-  });
-  free.join();
-  EXPECT_TRUE(otherGotIt);
+  EXPECT_TRUE(OtherThreadGets(cs));
 }
 
 TEST(CritSectionTest, Guard_ExcludesOtherThreadsAndReleasesOnException) {
@@ -51,13 +54,7 @@ TEST(CritSectionTest, Guard_ExcludesOtherThreadsAndReleasesOnException) {
   } catch (const std::exception& e) {
     EXPECT_STREQ(e.what(), "boom");
   }
-  bool got = false;
-  std::thread probe([&] {
-    got = cs.TryLock();
-    if (got) cs.Unlock();
-  });
-  probe.join();
-  EXPECT_TRUE(got) << "the guard released the section while the exception passed";
+  EXPECT_TRUE(OtherThreadGets(cs)) << "the guard released the section during the throw";
   CKorvaCritSectionGuard inert(nullptr);
 }
 

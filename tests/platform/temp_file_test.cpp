@@ -31,13 +31,7 @@ class TempFileTest : public ::testing::Test {
   void TearDown() override {
     EXPECT_EQ(DirEntries(), 0);
     rmdir(m_dir.c_str());
-    for (int i = 0; i < 2; ++i) {
-      if (m_had[i]) {
-        setenv(kVars[i], m_old[i].c_str(), 1);
-      } else {
-        unsetenv(kVars[i]);
-      }
-    }
+    for (int i = 0; i < 2; ++i) m_had[i] ? setenv(kVars[i], m_old[i].c_str(), 1) : unsetenv(kVars[i]);
   }
   int DirEntries() const {
     DIR* d = opendir(m_dir.c_str());
@@ -90,15 +84,14 @@ TEST_F(TempFileTest, File_UniqueUnlinkedPrivateAndGoneOnClose) {
   EXPECT_NE(fcntl(fileno(a), F_GETFD) & FD_CLOEXEC, 0);
 
   // Two independent read/write files.
-  ASSERT_GE(std::fputs("first", a), 0);
-  ASSERT_GE(std::fputs("second", b), 0);
-  std::rewind(a);
-  std::rewind(b);
-  char bufA[16] = {}, bufB[16] = {};
-  EXPECT_EQ(std::fread(bufA, 1, sizeof bufA - 1, a), 5u);
-  EXPECT_EQ(std::fread(bufB, 1, sizeof bufB - 1, b), 6u);
-  EXPECT_STREQ(bufA, "first");
-  EXPECT_STREQ(bufB, "second");
+  char buf[2][8] = {};
+  for (std::FILE* f : {a, b}) {
+    std::fputs(f == a ? "first" : "second", f);
+    std::rewind(f);
+  }
+  EXPECT_EQ(std::fread(buf[0], 1, 7, a), 5u);
+  EXPECT_EQ(std::fread(buf[1], 1, 7, b), 6u);
+  EXPECT_STREQ(buf[1], "second");
   std::fclose(a);
   std::fclose(b);
 }
