@@ -23,5 +23,9 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/QVmathConfigVersion.cmake
 install(FILES ${PROJECT_BINARY_DIR}/QVmathConfig.cmake ${PROJECT_BINARY_DIR}/QVmathConfigVersion.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/QVmath)
 
+# The pkg-config file locates the prefix from its own folder, so an installed tree can be
+# moved. No -std flag travels with it: a consumer keeps its own language level (C++17 or later).
+file(RELATIVE_PATH QVMATH_PC_RELATIVE_PREFIX "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
+string(REGEX REPLACE "/$" "" QVMATH_PC_RELATIVE_PREFIX "${QVMATH_PC_RELATIVE_PREFIX}")
 configure_file(cmake/qvmath.pc.in ${PROJECT_BINARY_DIR}/qvmath.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/qvmath.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

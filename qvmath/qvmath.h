@@ -21,6 +21,7 @@
 #include <qvmath/core/hpoint3d.h>
 #include <qvmath/core/matrix.h>
 #include <qvmath/core/point3d.h>
+#include <qvmath/core/rotation_matrix.h>
 #include <qvmath/core/solve_mat.h>
 #include <qvmath/core/sparse_vector.h>
 #include <qvmath/core/tridiag_eigen.h>
@@ -50,6 +51,7 @@
 #include <qvmath/geometry/point_to_curve_projector.h>
 #include <qvmath/geometry/point_to_face_projector.h>
 #include <qvmath/geometry/point_to_geom_obj_projector.h>
+#include <qvmath/geometry/polygonizer.h>
 #include <qvmath/geometry/projector_to_polyline.h>
 #include <qvmath/geometry/projector_triangle.h>
 #include <qvmath/geometry/projectors_join.h>

@@ -4,7 +4,7 @@
 #pragma once
 
 #include <qvmath/core/point3d.h>
-#include <qvmath/geometry/rotation_matrix.h>
+#include <qvmath/core/rotation_matrix.h>
 #include <qvmath/platform/export.h>
 
 namespace REmath {

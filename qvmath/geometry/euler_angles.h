@@ -2,7 +2,7 @@
 // Euler angles in the z-y-z convention: the rotation matrix from three angles and back.
 #pragma once
 
-#include <qvmath/geometry/rotation_matrix.h>
+#include <qvmath/core/rotation_matrix.h>
 #include <qvmath/platform/export.h>
 
 /// Euler angles (z-y-z) of the rotation matrix m, the inverse of `makeEulerMatrix`.

@@ -4,7 +4,7 @@
 #pragma once
 
 #include <qvmath/core/point3d.h>
-#include <qvmath/geometry/rotation_matrix.h>
+#include <qvmath/core/rotation_matrix.h>
 #include <qvmath/platform/export.h>
 
 /// The affine map x → m·x + t (column-vector convention: component i of the image is row i

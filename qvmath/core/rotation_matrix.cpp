@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // CRotationMatrix members and the LAPACK-based 3×3 inverse.
-#include <qvmath/geometry/rotation_matrix.h>
+#include <qvmath/core/rotation_matrix.h>
 
 #include <qvmath/core/detail/lapack.h>
 
