@@ -7,6 +7,7 @@ QV_PACKAGES=(
   libgtest-dev libgmock-dev libbenchmark-dev
   libeigen3-dev libcgal-dev libboost-dev
   libnanoflann-dev
+  libcli11-dev libpng-dev
 )
 
 qv_install_deps() {
