@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "cloud_steps.h"
 
-#include "output_file.h"
-
 #include <qvmath/cloud/cloud_file.h>
 #include <qvmath/cloud/cloud_file_error.h>
 #include <qvmath/cloud/cloud_normals.h>
@@ -87,8 +85,7 @@ void SetField(CPointCloud& cloud, const std::string& name, const std::vector<flo
   f.values = values;
 }
 
-void WriteOutputCloud(Job& job, const CPointCloud& cloud, Stopwatch& clock) {
-  OutputFile file(job.output);
+void WriteCloudTemporary(const Job& job, const CPointCloud& cloud, OutputFile& file) {
   try {
     REmath::WriteCloudFile(file.TempPath(), cloud, job.ascii);
   } catch (const REmath::ECloudFileError& e) {
@@ -98,6 +95,11 @@ void WriteOutputCloud(Job& job, const CPointCloud& cloud, Stopwatch& clock) {
     throw std::runtime_error(job.output + ": cannot write" +
                              (colon == std::string::npos ? "" : why.substr(colon)));
   }
+}
+
+void WriteOutputCloud(Job& job, const CPointCloud& cloud, Stopwatch& clock) {
+  OutputFile file(job.output);
+  WriteCloudTemporary(job, cloud, file);
   file.Commit();
   job.report["timings"]["write"] = clock.Lap();
 }

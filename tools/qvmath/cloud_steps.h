@@ -4,6 +4,7 @@
 #pragma once
 
 #include "command.h"
+#include "output_file.h"
 
 #include <qvmath/cloud/cloud_index.h>
 #include <qvmath/cloud/point_cloud.h>
@@ -43,6 +44,10 @@ void EstimateOrientedNormals(Job& job, const REmath::CCloudIndex& index, int k,
 /// Stores `values` as the float field `name` (replacing one of that name).
 void SetField(REmath::CPointCloud& cloud, const std::string& name,
               const std::vector<float>& values);
+
+/// Writes `cloud` to the temporary of `file` in the format of `job.output`'s extension.
+/// @throws std::runtime_error "<output>: cannot write: <reason>".
+void WriteCloudTemporary(const Job& job, const REmath::CPointCloud& cloud, OutputFile& file);
 
 /// Writes `cloud` to `job.output` under a temporary name and renames it into place
 /// (timed into the report as "write").

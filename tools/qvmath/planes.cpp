@@ -4,14 +4,17 @@
 #include "cloud_steps.h"
 #include "colouring.h"
 #include "commands.h"
+#include "interrupt.h"
 #include "output_file.h"
 #include "truth.h"
 
 #include <qvmath/cloud/cloud_planes.h>
 #include <qvmath/infra/progress_counter.h>
+#include <qvmath/platform/korva_exception.h>
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <fstream>
 #include <memory>
 
@@ -120,8 +123,13 @@ void RunPlanes(const PlanesOptions& o, Job& job) {
     out << list.Dump();
     if (!out.flush()) throw std::runtime_error(jsonPath + ": cannot write");
   }
-  WriteOutputCloud(job, cloud, clock);
+  OutputFile cloudFile(job.output);
+  WriteCloudTemporary(job, cloud, cloudFile);
+  // Both complete: rename them together (a Ctrl-C noticed here removes both).
+  if (Interrupted()) throw CUserIntrException();
+  cloudFile.Commit();
   jsonFile.Commit();
+  job.report["timings"]["write"] = clock.Lap();
 
   Json& r = job.report;
   r["point_spacing"] = spacing;
