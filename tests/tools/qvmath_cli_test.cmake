@@ -40,7 +40,8 @@ string(JSON wrong GET "${report}" inputs 0 accuracy wrong_side_percent)
 string(JSON median GET "${report}" inputs 0 accuracy median_deg)
 string(JSON invalid GET "${report}" inputs 0 invalid_normals)
 if(NOT wrong EQUAL 0 OR median GREATER 5 OR NOT invalid EQUAL 0)
-  message(FATAL_ERROR "normals of an exact torus: ${wrong}% flipped, median ${median} deg, ${invalid} invalid")
+  message(FATAL_ERROR
+          "exact torus: ${wrong}% flipped, median ${median} deg, ${invalid} invalid normals")
 endif()
 
 # Curvature on the file's oriented normals: convex around the tube, k1 = 1/r = 3.33.
@@ -71,7 +72,8 @@ if(NOT magic STREQUAL "89504e470d0a1a0a")
 endif()
 
 # A batch with a lying header and a missing file: exit 2, one line each, the good one done.
-file(WRITE ${WORK}/lying.ply "ply\nformat ascii 1.0\nelement vertex 1000\nproperty float x\nproperty float y\nproperty float z\nend_header\n1 2 3\n")
+file(WRITE ${WORK}/lying.ply "ply\nformat ascii 1.0\nelement vertex 1000\n"
+     "property float x\nproperty float y\nproperty float z\nend_header\n1 2 3\n")
 run(2 normals lying.ply missing.xyz torus.ply -o batch -q)
 if(NOT RUN_ERR MATCHES "lying.ply: [^\n]+\n" OR NOT RUN_ERR MATCHES "missing.xyz: [^\n]+\n")
   message(FATAL_ERROR "expected one line per bad file, got:\n${RUN_ERR}")

@@ -47,8 +47,7 @@ bool NormalsFromFile(const CPointCloud& cloud, NormalSet& out) {
 }
 
 void EstimateOrientedNormals(Job& job, const REmath::CCloudIndex& index, int k,
-                             CProgressCounter& progress, double from, double to,
-                             NormalSet& out) {
+                             CProgressCounter& progress, double from, double to, NormalSet& out) {
   Stopwatch clock;
   REmath::CCloudNormalParams np;
   np.k = k;

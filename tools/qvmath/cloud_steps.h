@@ -3,13 +3,13 @@
 // estimating them, storing result fields, writing the output cloud.
 #pragma once
 
-#include "command.h"
-#include "output_file.h"
-
 #include <qvmath/cloud/cloud_index.h>
 #include <qvmath/cloud/point_cloud.h>
 
 #include <vector>
+
+#include "command.h"
+#include "output_file.h"
 
 class CProgressCounter;
 

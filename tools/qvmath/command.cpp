@@ -1,15 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include "command.h"
 
-#include "output_file.h"
-#include "progress_bar.h"
-
 #include <qvmath/cloud/cloud_file.h>
 #include <qvmath/cloud/cloud_file_error.h>
 #include <qvmath/platform/korva_exception.h>
+#include <sys/stat.h>
 
 #include <CLI/CLI.hpp>
-
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -18,7 +15,8 @@
 #include <new>
 #include <thread>
 
-#include <sys/stat.h>
+#include "output_file.h"
+#include "progress_bar.h"
 
 namespace qvtool {
 

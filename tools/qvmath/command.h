@@ -3,13 +3,13 @@
 // its error handling and exit codes, the per-input job and the --report file.
 #pragma once
 
-#include "json.h"
-
 #include <chrono>
 #include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
+
+#include "json.h"
 
 namespace CLI {
 class App;
@@ -19,9 +19,9 @@ namespace qvtool {
 
 /// Exit codes beside CLI11's own usage-error codes (100 and up).
 constexpr int kExitOk = 0;
-constexpr int kExitFailed = 1;      // an output could not be written, or an internal error
-constexpr int kExitBadInput = 2;    // an input is unreadable, malformed or unusable
-constexpr int kExitCancelled = 130; // Ctrl-C
+constexpr int kExitFailed = 1;       // an output could not be written, or an internal error
+constexpr int kExitBadInput = 2;     // an input is unreadable, malformed or unusable
+constexpr int kExitCancelled = 130;  // Ctrl-C
 
 /// An input that cannot be used; `what()` is "<file>: <problem>".
 class InputError : public std::runtime_error {

@@ -1,18 +1,17 @@
 // SPDX-License-Identifier: MIT
 // `qvmath curvature INPUT... -o OUTPUT`: signed principal curvatures k1 >= k2, mean and
 // Gaussian curvature of every point, coloured by mean curvature.
-#include "cloud_steps.h"
-#include "colouring.h"
-#include "commands.h"
-#include "truth.h"
-
 #include <qvmath/cloud/cloud_curvature.h>
 #include <qvmath/infra/progress_counter.h>
 
 #include <CLI/CLI.hpp>
-
 #include <algorithm>
 #include <memory>
+
+#include "cloud_steps.h"
+#include "colouring.h"
+#include "commands.h"
+#include "truth.h"
 
 namespace qvtool {
 
@@ -100,9 +99,10 @@ void RunCurvature(const CurvatureOptions& o, Job& job) {
 
 void AddCurvatureCommand(CLI::App& app, Runner& run) {
   auto o = std::make_shared<CurvatureOptions>();
-  CLI::App* sub = app.add_subcommand(
-      "curvature", "Signed principal curvatures per point (fields k1 k2 mean gauss), on the "
-                   "file's normals when it has them");
+  CLI::App* sub =
+      app.add_subcommand("curvature",
+                         "Signed principal curvatures per point (fields k1 k2 mean gauss), on the "
+                         "file's normals when it has them");
   AddCommonOptions(*sub, o->common, true, true);
   CLI::Option* k = sub->add_option("-k,--neighbours", o->k,
                                    "Neighbours per point, itself included (default 30, at most "
@@ -111,8 +111,7 @@ void AddCurvatureCommand(CLI::App& app, Runner& run) {
   sub->add_option("--radius", o->radius,
                   "Use the neighbours within this distance instead of the k nearest")
       ->check(CLI::PositiveNumber);
-  sub->add_option("--normals-k", o->normalsK,
-                  "Neighbours for the normals when they are estimated")
+  sub->add_option("--normals-k", o->normalsK, "Neighbours for the normals when they are estimated")
       ->default_val(16)
       ->check(CLI::Range(3, 100000));
   sub->add_flag("--recompute-normals", o->recompute,

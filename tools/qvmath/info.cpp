@@ -1,26 +1,25 @@
 // SPDX-License-Identifier: MIT
 // `qvmath info INPUT...`: what a cloud file holds: points, attributes, fields with their
 // ranges, the bounding box and the median point spacing.
-#include "cloud_steps.h"
-#include "commands.h"
-
 #include <qvmath/cloud/cloud_planes.h>
 #include <qvmath/infra/progress_counter.h>
 
 #include <CLI/CLI.hpp>
-
 #include <algorithm>
 #include <cmath>
 #include <limits>
 #include <memory>
+
+#include "cloud_steps.h"
+#include "commands.h"
 
 namespace qvtool {
 
 namespace {
 
 const char* TypeName(REmath::ECloudFieldType t) {
-  static const char* const kNames[] = {"int8",   "uint8",  "int16",   "uint16",
-                                       "int32",  "uint32", "float32", "float64"};
+  static const char* const kNames[] = {"int8",  "uint8",  "int16",   "uint16",
+                                       "int32", "uint32", "float32", "float64"};
   return kNames[static_cast<int>(t)];
 }
 
@@ -37,7 +36,8 @@ void RunInfo(Job& job) {
   for (const REmath::Point3D& p : cloud.Positions()) {
     const float* a = p.asArray();
     if (!(std::isfinite(a[0]) && std::isfinite(a[1]) && std::isfinite(a[2]))) continue;
-    for (int c = 0; c < 3; ++c) lo[c] = std::min(lo[c], double(a[c])), hi[c] = std::max(hi[c], double(a[c]));
+    for (int c = 0; c < 3; ++c)
+      lo[c] = std::min(lo[c], double(a[c])), hi[c] = std::max(hi[c], double(a[c]));
   }
   double spacing = 0;
   if (nonFinite < cloud.Size()) {
@@ -89,9 +89,8 @@ void AddInfoCommand(CLI::App& app, Runner& run) {
   CLI::App* sub = app.add_subcommand(
       "info", "Describe cloud files: points, attributes, field ranges, box, point spacing");
   AddCommonOptions(*sub, *o, false, false);
-  sub->callback([o, &run] {
-    run = [o] { return RunBatch("info", *o, "", Json::Object(), RunInfo); };
-  });
+  sub->callback(
+      [o, &run] { run = [o] { return RunBatch("info", *o, "", Json::Object(), RunInfo); }; });
 }
 
 }  // namespace qvtool

@@ -1,17 +1,16 @@
 // SPDX-License-Identifier: MIT
 #include "interrupt.h"
 
-#include "output_file.h"
-
 #include <qvmath/infra/progress_counter.h>
+#include <signal.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <thread>
 
-#include <signal.h>
-#include <unistd.h>
+#include "output_file.h"
 
 namespace qvtool {
 

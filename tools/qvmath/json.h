@@ -16,8 +16,8 @@ class Json {
 
   Json() = default;
   Json(bool b) : m_kind(Kind::Bool), m_int(b) {}
-  template <class T, std::enable_if_t<std::is_integral<T>::value && !std::is_same<T, bool>::value,
-                                      int> = 0>
+  template <class T,
+            std::enable_if_t<std::is_integral<T>::value && !std::is_same<T, bool>::value, int> = 0>
   Json(T v) : m_kind(Kind::Integer), m_int(static_cast<long long>(v)) {}
   Json(double v) : m_kind(Kind::Number), m_number(v) {}
   Json(const char* s) : m_kind(Kind::String), m_string(s) {}

@@ -1,21 +1,21 @@
 // SPDX-License-Identifier: MIT
 // `qvmath`: normals, curvatures and planes of scanned point clouds from the command line,
 // a thin shell over the library's cloud layer.
+#include <CLI/CLI.hpp>
+#include <cstdio>
+
 #include "commands.h"
 #include "interrupt.h"
 #include "progress_bar.h"
 
-#include <CLI/CLI.hpp>
-
-#include <cstdio>
-
 int main(int argc, char** argv) {
   qvtool::InstallInterruptHandling();
 
-  CLI::App app{"qvmath: normals, curvatures and planes of scanned point clouds.\n"
-               "Exit codes: 0 success, 1 an output could not be written, 2 an input is "
-               "unreadable, malformed or unusable (the other inputs still run), 130 "
-               "interrupted (no output is left behind), 100 and up: command-line errors."};
+  CLI::App app{
+      "qvmath: normals, curvatures and planes of scanned point clouds.\n"
+      "Exit codes: 0 success, 1 an output could not be written, 2 an input is "
+      "unreadable, malformed or unusable (the other inputs still run), 130 "
+      "interrupted (no output is left behind), 100 and up: command-line errors."};
   app.name("qvmath");
   app.require_subcommand(1);
   app.set_version_flag("--version", "qvmath 0.1.0");

@@ -1,19 +1,18 @@
 // SPDX-License-Identifier: MIT
 // `qvmath normals INPUT... -o OUTPUT`: unit normals (nx ny nz), their orientation and the
 // surface variation of every point.
-#include "cloud_steps.h"
-#include "colouring.h"
-#include "commands.h"
-#include "truth.h"
-
 #include <qvmath/cloud/cloud_normals.h>
 #include <qvmath/cloud/cloud_orientation.h>
 #include <qvmath/infra/progress_counter.h>
 
 #include <CLI/CLI.hpp>
-
 #include <map>
 #include <memory>
+
+#include "cloud_steps.h"
+#include "colouring.h"
+#include "commands.h"
+#include "truth.h"
 
 namespace qvtool {
 
@@ -106,9 +105,10 @@ void RunNormals(const NormalsOptions& o, Job& job) {
 
 void AddNormalsCommand(CLI::App& app, Runner& run) {
   auto o = std::make_shared<NormalsOptions>();
-  CLI::App* sub = app.add_subcommand(
-      "normals", "Estimate and orient a unit normal per point (fields nx ny nz, "
-                 "surface_variation)");
+  CLI::App* sub =
+      app.add_subcommand("normals",
+                         "Estimate and orient a unit normal per point (fields nx ny nz, "
+                         "surface_variation)");
   AddCommonOptions(*sub, o->common, true, true);
   CLI::Option* k = sub->add_option("-k,--neighbours", o->k,
                                    "Neighbours per point, itself included (default 16, at most "

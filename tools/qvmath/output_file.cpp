@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "output_file.h"
 
-#include "interrupt.h"
-
 #include <qvmath/platform/korva_exception.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
@@ -13,7 +12,7 @@
 #include <set>
 #include <stdexcept>
 
-#include <unistd.h>
+#include "interrupt.h"
 
 namespace qvtool {
 

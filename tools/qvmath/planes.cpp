@@ -1,22 +1,21 @@
 // SPDX-License-Identifier: MIT
 // `qvmath planes INPUT... -o OUTPUT`: every plane of the cloud, a `plane` label per point
 // (-1: none), colours per plane, and a JSON list of the planes.
+#include <qvmath/cloud/cloud_planes.h>
+#include <qvmath/infra/progress_counter.h>
+#include <qvmath/platform/korva_exception.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <fstream>
+#include <memory>
+
 #include "cloud_steps.h"
 #include "colouring.h"
 #include "commands.h"
 #include "interrupt.h"
 #include "output_file.h"
 #include "truth.h"
-
-#include <qvmath/cloud/cloud_planes.h>
-#include <qvmath/infra/progress_counter.h>
-#include <qvmath/platform/korva_exception.h>
-
-#include <CLI/CLI.hpp>
-
-#include <algorithm>
-#include <fstream>
-#include <memory>
 
 namespace qvtool {
 
@@ -141,11 +140,11 @@ void RunPlanes(const PlanesOptions& o, Job& job) {
   r["invalid_normals"] = normals.invalid;
   r["planes_json"] = jsonPath;
   if (accuracy.GetKind() != Json::Kind::Null) r["accuracy"] = accuracy;
-  job.Say("%s: %d points, mean spacing %.4g, distance %.4g (%s), angle %g deg, normals %s, "
-          "%d threads",
-          job.input.c_str(), cloud.Size(), spacing, planes.distance,
-          o.distance > 0 ? "given" : "default: 3 x spacing", o.angle, normalsHow.c_str(),
-          job.threads);
+  job.Say(
+      "%s: %d points, median point spacing %.4g, distance %.4g (%s), angle %g deg, normals %s, "
+      "%d threads",
+      job.input.c_str(), cloud.Size(), spacing, planes.distance,
+      o.distance > 0 ? "given" : "default: 3 x spacing", o.angle, normalsHow.c_str(), job.threads);
   job.Say("  %zu planes, %d points on a plane, %d left over", planes.planes.size(), labelled,
           cloud.Size() - labelled);
   if (!truth.empty()) job.Say("  %s", truth.c_str());
@@ -157,8 +156,9 @@ void RunPlanes(const PlanesOptions& o, Job& job) {
 void AddPlanesCommand(CLI::App& app, Runner& run) {
   auto o = std::make_shared<PlanesOptions>();
   CLI::App* sub = app.add_subcommand(
-      "planes", "Find every plane (field plane: the label, -1 for none; colours per plane) and "
-                "write their list as JSON");
+      "planes",
+      "Find every plane (field plane: the label, -1 for none; colours per plane) and "
+      "write their list as JSON");
   AddCommonOptions(*sub, o->common, true, true);
   sub->add_option("--distance", o->distance,
                   "Largest point-to-plane distance (default: 3 x the median point spacing)")
@@ -174,8 +174,7 @@ void AddPlanesCommand(CLI::App& app, Runner& run) {
       ->check(CLI::Range(1, 1000000));
   sub->add_option("--seed", o->seed, "Seed of the random proposals (same seed, same planes)")
       ->default_val(1);
-  sub->add_option("--normals-k", o->normalsK,
-                  "Neighbours for the normals when the file has none")
+  sub->add_option("--normals-k", o->normalsK, "Neighbours for the normals when the file has none")
       ->default_val(16)
       ->check(CLI::Range(3, 100000));
   sub->add_option("--json", o->json,

@@ -38,7 +38,8 @@ void WritePng(const std::string& path, int width, int height,
               const std::vector<unsigned char>& rgb) {
   std::vector<png_bytep> rows(static_cast<std::size_t>(height));
   for (int y = 0; y < height; ++y)
-    rows[std::size_t(y)] = const_cast<png_bytep>(rgb.data()) + std::size_t(y) * std::size_t(width) * 3;
+    rows[std::size_t(y)] =
+        const_cast<png_bytep>(rgb.data()) + std::size_t(y) * std::size_t(width) * 3;
   std::FILE* f = std::fopen(path.c_str(), "wb");
   if (!f) throw std::runtime_error(path + ": cannot write: " + std::strerror(errno));
   const bool ok = WriteRows(f, width, height, rows.data());

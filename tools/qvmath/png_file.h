@@ -11,6 +11,7 @@ namespace qvtool {
 /// `path`.
 /// @throws std::runtime_error "<path>: cannot write ..." on failure (the file may then
 ///         hold part of the image: write to a temporary).
-void WritePng(const std::string& path, int width, int height, const std::vector<unsigned char>& rgb);
+void WritePng(const std::string& path, int width, int height,
+              const std::vector<unsigned char>& rgb);
 
 }  // namespace qvtool

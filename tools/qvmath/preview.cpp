@@ -1,16 +1,15 @@
 // SPDX-License-Identifier: MIT
 // `qvmath preview INPUT... -o OUTPUT.png`: a PNG picture of a cloud, rendered without a
 // display, coloured by plane label, curvature, normal, height, the file's colours or a field.
+#include <CLI/CLI.hpp>
+#include <memory>
+
 #include "cloud_steps.h"
 #include "colouring.h"
 #include "commands.h"
 #include "output_file.h"
 #include "png_file.h"
 #include "splat_renderer.h"
-
-#include <CLI/CLI.hpp>
-
-#include <memory>
 
 namespace qvtool {
 
@@ -46,7 +45,8 @@ void RunPreview(const PreviewOptions& o, Job& job) {
     if (!f) throw InputError(job.input + ": no plane field (run qvmath planes first)");
     for (const float l : f->values) colours.push_back(LabelColour(static_cast<int>(l)));
   } else if (by == "normal") {
-    if (!cloud.HasNormals()) throw InputError(job.input + ": no normals (run qvmath normals first)");
+    if (!cloud.HasNormals())
+      throw InputError(job.input + ": no normals (run qvmath normals first)");
     for (const REmath::Point3D& n : cloud.Normals()) colours.push_back(NormalColour(n));
   } else if (by == "rgb") {
     if (!cloud.HasColours()) throw InputError(job.input + ": no colours");
@@ -69,9 +69,8 @@ void RunPreview(const PreviewOptions& o, Job& job) {
   for (int i = 0; i < 3; ++i) view.towardViewer[i] = o.view[std::size_t(i)];
   view.width = o.width, view.height = o.height, view.radius = o.pointSize;
   std::vector<unsigned char> rgb;
-  const int radius =
-      RenderSplats(cloud.Positions(), colours, cloud.HasNormals() ? &cloud.Normals() : nullptr,
-                   view, rgb);
+  const int radius = RenderSplats(cloud.Positions(), colours,
+                                  cloud.HasNormals() ? &cloud.Normals() : nullptr, view, rgb);
   job.report["timings"]["render"] = clock.Lap();
   OutputFile file(job.output);
   WritePng(file.TempPath(), o.width, o.height, rgb);
@@ -89,7 +88,8 @@ void RunPreview(const PreviewOptions& o, Job& job) {
 
 void AddPreviewCommand(CLI::App& app, Runner& run) {
   auto o = std::make_shared<PreviewOptions>();
-  CLI::App* sub = app.add_subcommand("preview", "Render a PNG picture of a cloud (no display needed)");
+  CLI::App* sub =
+      app.add_subcommand("preview", "Render a PNG picture of a cloud (no display needed)");
   AddCommonOptions(*sub, o->common, true, false);
   sub->add_option("--colour-by", o->colourBy,
                   "auto, plane, curvature, normal, height, rgb or the name of a field "

@@ -1,16 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include "progress_bar.h"
 
-#include "interrupt.h"
-
 #include <qvmath/infra/progress_counter.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
 
-#include <unistd.h>
+#include "interrupt.h"
 
 namespace qvtool {
 
@@ -64,7 +63,8 @@ int OnProgress(int pos, void*) {
 void InstallProgressBar(bool show) {
   Bar& b = TheBar();
   b.show = show && isatty(2);
-  if (const char* after = std::getenv("QVMATH_INTERRUPT_AFTER")) b.interruptAfter = std::atoi(after);
+  if (const char* after = std::getenv("QVMATH_INTERRUPT_AFTER"))
+    b.interruptAfter = std::atoi(after);
   CProgressCounter::SetGlobalCallback(OnProgress);
 }
 

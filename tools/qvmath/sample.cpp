@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: MIT
 // `qvmath sample NAME -o OUTPUT`: writes a built-in synthetic scan with its truth fields.
-#include "cloud_steps.h"
-#include "commands.h"
-#include "truth.h"
-
 #include <qvmath/cloud/cloud_samples.h>
 
 #include <CLI/CLI.hpp>
-
 #include <memory>
+
+#include "cloud_steps.h"
+#include "commands.h"
+#include "truth.h"
 
 namespace qvtool {
 

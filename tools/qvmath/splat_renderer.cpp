@@ -31,7 +31,8 @@ int RenderSplats(const std::vector<REmath::Point3D>& pts, const std::vector<std:
                  std::vector<unsigned char>& rgb) {
   const int W = view.width, H = view.height;
   rgb.assign(std::size_t(W) * std::size_t(H) * 3, 255);
-  std::vector<float> depth(std::size_t(W) * std::size_t(H), -std::numeric_limits<float>::infinity());
+  std::vector<float> depth(std::size_t(W) * std::size_t(H),
+                           -std::numeric_limits<float>::infinity());
   const V3 w = Unit({view.towardViewer[0], view.towardViewer[1], view.towardViewer[2]});
   const V3 up = std::fabs(w.z) > 0.99 ? V3{0, 1, 0} : V3{0, 0, 1};
   const V3 u = Unit(Cross(up, w)), v = Cross(w, u);
@@ -54,8 +55,8 @@ int RenderSplats(const std::vector<REmath::Point3D>& pts, const std::vector<std:
   // The visible side covers about 60 % of the image; splats twice the spacing close holes.
   int r = view.radius;
   if (r <= 0)
-    r = std::clamp(static_cast<int>(std::ceil(2.0 * std::sqrt(0.6 * W * H / (3.14159 * double(n))))),
-                   1, 12);
+    r = std::clamp(
+        static_cast<int>(std::ceil(2.0 * std::sqrt(0.6 * W * H / (3.14159 * double(n))))), 1, 12);
 
   for (std::size_t i = 0; i < pts.size(); ++i) {
     const REmath::Point3D& p = pts[i];

@@ -57,7 +57,8 @@ Json NormalAccuracy(const CPointCloud& cloud, const std::vector<Point3D>& normal
   Json r = Json::Object();
   r["median_deg"] = Quantile(angles, 0.5);
   r["p95_deg"] = Quantile(angles, 0.95);
-  r["wrong_side_percent"] = angles.empty() ? 0.0 : 100.0 * double(wrongSide) / double(angles.size());
+  r["wrong_side_percent"] =
+      angles.empty() ? 0.0 : 100.0 * double(wrongSide) / double(angles.size());
   char buf[160];
   std::snprintf(buf, sizeof buf,
                 "against the true normals: median %.2f deg, 95%% within %.2f deg, %.2f%% on the "

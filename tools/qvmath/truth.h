@@ -4,13 +4,13 @@
 // results are. Inputs without those fields have no truth and get no accuracy.
 #pragma once
 
-#include "json.h"
-
 #include <qvmath/cloud/cloud_planes.h>
 #include <qvmath/cloud/point_cloud.h>
 
 #include <string>
 #include <vector>
+
+#include "json.h"
 
 namespace qvtool {
 
