@@ -9,6 +9,7 @@ QV_PACKAGES=(
   clang-14 libclang-rt-14-dev
   libnanoflann-dev
   pybind11-dev python3-numpy python3-pytest
+  libcli11-dev libpng-dev
 )
 
 qv_install_deps() {
