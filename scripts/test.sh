@@ -23,7 +23,7 @@ echo "== Python module"
 PYTHONPATH="$PWD/build/test/python" /usr/bin/python3 -m pytest -q -p no:cacheprovider python/tests
 
 echo "== AddressSanitizer + UndefinedBehaviorSanitizer"
-cmake -S . -B build/asan "${common[@]}" -DQVMATH_SANITIZE="address;undefined" -DQVMATH_BUILD_TOOLS=OFF -DQVMATH_BUILD_PYTHON=OFF
+cmake -S . -B build/asan "${common[@]}" -DQVMATH_SANITIZE="address;undefined" -DQVMATH_BUILD_PYTHON=OFF
 cmake --build build/asan -j"$jobs"
 ASAN_OPTIONS=detect_leaks=1:abort_on_error=1:strict_string_checks=1 \
 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
