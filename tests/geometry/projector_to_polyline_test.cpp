@@ -103,32 +103,3 @@ TEST(CProjectorToPolylineTest, Properties_SameAnswerAsTheFullSegmentScan) {
     }
   }
 }
-
-// The projector bases: the float overload widens exactly, the two-argument projection of
-// the geometry-object base reaches the curve hook, and hooks left alone fail without
-// touching the outputs (a bare object cannot be copied).
-TEST(CProjectorToPolylineTest, Properties_BaseEntryPointsAndDefaultHooks) {
-  CProjectorToPolyline pl;
-  pl.SetPoints({Point3D_d(0, 0, 0), Point3D_d(4, 0, 0)});
-  Point3D_d q, qd;
-  double param = -1, paramD = -2;
-  ASSERT_TRUE(pl.projectPoint(Point3D(0.1f, 0.2f, 0.3f), q, param));
-  ASSERT_TRUE(pl.projectPoint(Point3D_d(0.1f, 0.2f, 0.3f), qd, paramD));
-  EXPECT_EQ(param, paramD);
-  EXPECT_EQ(q.x(), double(0.1f));
-  IPointToGeomObjProjector& base = pl;
-  ASSERT_TRUE(base.projectPoint(Point3D_d(3, 1, 0), q));
-  EXPECT_EQ(q.x(), 3.0);
-
-  struct BareCurve : IPointToCurveProjector {} curve;
-  struct BareFace : IPointToFaceProjector {} face;
-  struct BareObject : IPointToGeomObjProjector {} object;
-  q = Point3D_d(7, 7, 7);
-  EXPECT_FALSE(curve.projectPoint(Point3D_d(1, 2, 3), q, param));
-  EXPECT_FALSE(curve.projectPoint(Point3D(1, 2, 3), q, param));
-  EXPECT_FALSE(static_cast<IPointToGeomObjProjector&>(curve).projectPoint(Point3D_d(), q));
-  EXPECT_FALSE(static_cast<IPointToGeomObjProjector&>(face).projectPoint(Point3D_d(), q));
-  EXPECT_FALSE(object.projectPoint(Point3D_d(), q));
-  EXPECT_EQ(q.x(), 7.0);
-  EXPECT_EQ(object.Copy(), nullptr);
-}
