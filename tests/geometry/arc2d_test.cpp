@@ -296,34 +296,25 @@ TEST(Make2ArcsFilletTest, Properties_TangentToBothRecordsAndSmooth) {
 }
 
 TEST(Make2ArcsFilletTest, Degenerate_ImpossibleInputGivesFalseAndLeavesOutUntouched) {
-  const CArc2D in = Segment(-5, 0, 0, 0);
-  CArc2D a = in;
-  float out[7] = {9, 9, 9, 9, 9, 9, 1};
-  auto untouched = [&] {
+  CArc2D in = Segment(-5, 0, 0, 0), straightOn = Segment(0, 0, 5, 0), back = Segment(0, 0, -5, 0),
+         point = Segment(0, 0, 0, 0), up = Segment(0, 0, 0, 5);
+  // A left turn into a counter-clockwise arc of radius 1 puts the fillet inside the circle:
+  // radius 1 or more cannot fit there.
+  CArc2D ccw = Arc(0, 1, 1, -kPi / 2, 0), into = Segment(-5, 5, 0, 0);
+  const struct {
+    CArc2D *a, *b;
+    float r;
+    bool out;
+  } cases[] = {{&in, &straightOn, 1, true},  {&in, &back, 1, true},      {&in, &point, 1, true},
+               {&in, nullptr, 1, true},      {&in, &up, 1, false},       {&in, &up, 0, true},
+               {&in, &up, -1, true},         {&in, &up, NAN, true},      {&in, &up, INFINITY, true},
+               {&into, &ccw, 1.5f, true}};
+  for (const auto& c : cases) {
+    float out[7] = {9, 9, 9, 9, 9, 9, c.r};
+    EXPECT_FALSE(c.a->Make2ArcsFillet(c.b, c.out ? out : nullptr)) << c.r;
     for (int k = 0; k < 6; ++k) EXPECT_EQ(out[k], 9.0f) << k;
-  };
-  CArc2D straightOn = Segment(0, 0, 5, 0);  // no corner
-  EXPECT_FALSE(a.Make2ArcsFillet(&straightOn, out));
-  CArc2D back = Segment(0, 0, -5, 0);  // a reversal
-  EXPECT_FALSE(a.Make2ArcsFillet(&back, out));
-  CArc2D point = Segment(0, 0, 0, 0);  // zero-length segment
-  EXPECT_FALSE(a.Make2ArcsFillet(&point, out));
-  EXPECT_FALSE(a.Make2ArcsFillet(nullptr, out));
-  CArc2D up = Segment(0, 0, 0, 5);
-  EXPECT_FALSE(a.Make2ArcsFillet(&up, nullptr));
-  for (float r : {0.0f, -1.0f, std::nanf(""), INFINITY}) {
-    out[6] = r;
-    EXPECT_FALSE(a.Make2ArcsFillet(&up, out)) << r;
   }
-  untouched();
-  // A left turn into a counter-clockwise arc of radius 1 puts the fillet inside the
-  // circle: radius 1 or more cannot fit there.
-  CArc2D ccw = Arc(0, 1, 1, -kPi / 2, 0);  // starts at the origin heading +x, turning left
-  CArc2D into = Segment(-5, 5, 0, 0);      // comes in heading south-east
-  out[6] = 1.5f;
-  EXPECT_FALSE(into.Make2ArcsFillet(&ccw, out));
-  untouched();
-  out[6] = 0.2f;
+  float out[7] = {0, 0, 0, 0, 0, 0, 0.2f};
   ASSERT_TRUE(into.Make2ArcsFillet(&ccw, out));
   ExpectFillet(into, ccw, out, 0.2, 1e-5);
 }

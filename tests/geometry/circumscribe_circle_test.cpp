@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include <qvmath/geometry/circumscribe_circle.h>
 
-#include <gtest/gtest.h>
-
 #include <CGAL/Simple_cartesian.h>
 
 #include <algorithm>
 #include <cmath>
 
-#include "test_util.h"
+#include "geometry/geom_test_util.h"
 
 using REmath::Point3D;
 using REmath::Point3D_d;
@@ -63,22 +61,18 @@ TEST(CircumscribeCircleTest, Properties_MatchesCgalCircumcenter) {
     // Coordinates reach |off| + scale; the weights amplify rounding by up to lmax.
     const double mag = std::fabs(off.x()) + std::fabs(off.y()) + std::fabs(off.z()) + 3 * scale;
 
+    const qvtest::V3 ref{cg.x(), cg.y(), cg.z()};
     Point3D_d cd;
     double rd = 0;
     ASSERT_TRUE(CircumscribeCircle(td, cd, rd));
     const double tolD = 1e-12 * mag * lmax;
-    EXPECT_NEAR(cd.x(), cg.x(), tolD);
-    EXPECT_NEAR(cd.y(), cg.y(), tolD);
-    EXPECT_NEAR(cd.z(), cg.z(), tolD);
+    EXPECT_TRUE(qvtest::Near3({cd.x(), cd.y(), cd.z()}, ref, tolD));
     EXPECT_NEAR(rd, cgR, tolD);
-
     Point3D cf;
     float rf = 0;
     ASSERT_TRUE(CircumscribeCircle(tf, cf, rf));
     const double tolF = 64 * qvtest::Eps<float>() * mag * lmax;
-    EXPECT_NEAR(cf.x(), cg.x(), tolF);
-    EXPECT_NEAR(cf.y(), cg.y(), tolF);
-    EXPECT_NEAR(cf.z(), cg.z(), tolF);
+    EXPECT_TRUE(qvtest::Near3({cf.x(), cf.y(), cf.z()}, ref, tolF));
     EXPECT_NEAR(rf, cgR, tolF);
     ++checked;
   }

@@ -1,7 +1,4 @@
 // SPDX-License-Identifier: MIT
-// CRotationMatrix: value semantics, constants, the relative symmetry tests, arithmetic, and
-// the LAPACK inverse against Eigen's.
-
 #include <qvmath/geometry/rotation_matrix.h>
 
 #include <Eigen/Dense>
@@ -95,20 +92,16 @@ TEST(RotationMatrixTest, Properties_InverseAgreesWithEigen) {
   }
 }
 
-TEST(RotationMatrixTest, Properties_InverseInPlaceAndOfRotation) {
+TEST(RotationMatrixTest, Degenerate_SingularLeavesOutUntouchedInPlaceWorks) {
+  const double rank2[3][3] = {{1, 2, 3}, {2, 4, 6}, {0, 1, 1}};
+  CRotationMatrix out = CRotationMatrix::Identity() * 7.0;
+  EXPECT_FALSE(invertMatrix(CRotationMatrix(rank2), out));
+  EXPECT_FALSE(invertMatrix(CRotationMatrix::Zero(), out));
+  ExpectSame(out, CRotationMatrix::Identity() * 7.0);
   const double a[3][3] = {{0, -1, 0}, {1, 0, 0}, {0, 0, 1}};  // quarter turn about z
   CRotationMatrix m(a);
   ASSERT_TRUE(invertMatrix(m, m));
   ExpectSame(m, CRotationMatrix(a).getTransposed());  // exact: pivots are ±1
-}
-
-TEST(RotationMatrixTest, Degenerate_SingularLeavesOutUntouched) {
-  const double rank2[3][3] = {{1, 2, 3}, {2, 4, 6}, {0, 1, 1}};
-  CRotationMatrix out = CRotationMatrix::Identity() * 7.0;
-  EXPECT_FALSE(invertMatrix(CRotationMatrix(rank2), out));
-  ExpectSame(out, CRotationMatrix::Identity() * 7.0);
-  EXPECT_FALSE(invertMatrix(CRotationMatrix::Zero(), out));
-  ExpectSame(out, CRotationMatrix::Identity() * 7.0);
 }
 
 }  // namespace
