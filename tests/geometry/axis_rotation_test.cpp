@@ -1,7 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Axis rotations: the rigid transform about a line against Eigen's AngleAxis, and the
-// historical RotateVector formula with its deliberate quirk.
-
 #include <qvmath/geometry/axis_rotation.h>
 
 #include <Eigen/Geometry>
@@ -68,8 +65,7 @@ TEST(AxisRotationTest, Properties_MakeRotationMatrixRowsAreTurnedBasis) {
   const double a = 0.7;
   REmath::Matrix<double> M;
   MakeRotationMatrix(M, axis, a);
-  ASSERT_EQ(M.rows(), 3);
-  ASSERT_EQ(M.cols(), 3);
+  ASSERT_TRUE(M.rows() == 3 && M.cols() == 3);
   // Rows: e_x → (c, s, 0), e_y → (−s, c, 0), e_z along the axis → unchanged.
   const double c = std::cos(a), s = std::sin(a);
   const double ref[3][3] = {{c, s, 0}, {-s, c, 0}, {0, 0, 1}};

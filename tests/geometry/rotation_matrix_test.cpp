@@ -1,7 +1,4 @@
 // SPDX-License-Identifier: MIT
-// CRotationMatrix: value semantics, constants, the relative symmetry tests, arithmetic, and
-// the LAPACK inverse against Eigen's.
-
 #include <qvmath/geometry/rotation_matrix.h>
 
 #include <Eigen/Dense>
@@ -46,32 +43,26 @@ TEST(RotationMatrixTest, Basics_ArithmeticQuirks) {
 
 TEST(RotationMatrixTest, Properties_SelfAdjointIsRelativeWithoutFloor) {
   const double eps = 2.220446049250313e-16;
-  CRotationMatrix m;
-  EXPECT_TRUE(m.isSelfAdjoint());
-  EXPECT_TRUE(CRotationMatrix::Zero().isSelfAdjoint());
-  m.m[0][1] = 1.0;
-  m.m[1][0] = 1.0 + 2 * eps;  // difference 2ε ≤ (1 + 1 + 2ε)·ε
-  EXPECT_TRUE(m.isSelfAdjoint());
-  m.m[1][0] = 1.0 + 4 * eps;  // 4ε > (2 + 4ε)·ε
-  EXPECT_FALSE(m.isSelfAdjoint());
-  EXPECT_TRUE(m.isSelfAdjointAsFloats());
-  m.m[1][0] = 1.0 + 1e-6;  // beyond the float epsilon too
-  EXPECT_FALSE(m.isSelfAdjointAsFloats());
-  // No absolute floor: tiny but unequal entries are not symmetric.
-  CRotationMatrix tiny;
-  tiny.m[1][2] = 1e-300;
-  tiny.m[2][1] = 2e-300;
-  EXPECT_FALSE(tiny.isSelfAdjoint());
-  EXPECT_FALSE(tiny.isSelfAdjointAsFloats());
-  tiny.m[2][1] = 1e-300;
-  EXPECT_TRUE(tiny.isSelfAdjoint());
-  // Only the off-diagonal pairs are compared, the lower pair (2, 0) too.
-  CRotationMatrix low;
-  low.m[2][0] = 1.0;
-  EXPECT_FALSE(low.isSelfAdjoint());
-  low.m[0][2] = 1.0;
-  low.m[1][1] = 1e300;
-  EXPECT_TRUE(low.isSelfAdjoint());
+  // Off-diagonal pairs (i, j), (j, i) must agree within (|a| + |b|)·ε (ε of float for the
+  // float test); no absolute floor, and the diagonal is never compared.
+  const struct {
+    int i, j;
+    double a, b, diag;
+    bool dbl, flt;
+  } cases[] = {{0, 1, 0, 0, 1, true, true},
+               {0, 1, 1.0, 1.0 + 2 * eps, 1, true, true},
+               {0, 1, 1.0, 1.0 + 4 * eps, 1, false, true},
+               {0, 1, 1.0, 1.0 + 1e-6, 1, false, false},
+               {1, 2, 1e-300, 2e-300, 1, false, false},
+               {1, 2, 1e-300, 1e-300, 1, true, true},
+               {2, 0, 1.0, 0.0, 1, false, false},
+               {2, 0, 1.0, 1.0, 1e300, true, true}};
+  for (const auto& c : cases) {
+    CRotationMatrix m;
+    m.m[c.i][c.j] = c.a, m.m[c.j][c.i] = c.b, m.m[1][1] = c.diag;
+    EXPECT_EQ(m.isSelfAdjoint(), c.dbl) << c.a << " " << c.b;
+    EXPECT_EQ(m.isSelfAdjointAsFloats(), c.flt) << c.a << " " << c.b;
+  }
 }
 
 TEST(RotationMatrixTest, Properties_InverseAgreesWithEigen) {
@@ -95,20 +86,16 @@ TEST(RotationMatrixTest, Properties_InverseAgreesWithEigen) {
   }
 }
 
-TEST(RotationMatrixTest, Properties_InverseInPlaceAndOfRotation) {
+TEST(RotationMatrixTest, Degenerate_SingularLeavesOutUntouchedInPlaceWorks) {
+  const double rank2[3][3] = {{1, 2, 3}, {2, 4, 6}, {0, 1, 1}};
+  CRotationMatrix out = CRotationMatrix::Identity() * 7.0;
+  EXPECT_FALSE(invertMatrix(CRotationMatrix(rank2), out));
+  EXPECT_FALSE(invertMatrix(CRotationMatrix::Zero(), out));
+  ExpectSame(out, CRotationMatrix::Identity() * 7.0);
   const double a[3][3] = {{0, -1, 0}, {1, 0, 0}, {0, 0, 1}};  // quarter turn about z
   CRotationMatrix m(a);
   ASSERT_TRUE(invertMatrix(m, m));
   ExpectSame(m, CRotationMatrix(a).getTransposed());  // exact: pivots are ±1
-}
-
-TEST(RotationMatrixTest, Degenerate_SingularLeavesOutUntouched) {
-  const double rank2[3][3] = {{1, 2, 3}, {2, 4, 6}, {0, 1, 1}};
-  CRotationMatrix out = CRotationMatrix::Identity() * 7.0;
-  EXPECT_FALSE(invertMatrix(CRotationMatrix(rank2), out));
-  ExpectSame(out, CRotationMatrix::Identity() * 7.0);
-  EXPECT_FALSE(invertMatrix(CRotationMatrix::Zero(), out));
-  ExpectSame(out, CRotationMatrix::Identity() * 7.0);
 }
 
 }  // namespace

@@ -1,7 +1,4 @@
 // SPDX-License-Identifier: MIT
-// Closest points of two lines: the common perpendicular against the analytic skew distance,
-// the near-parallel thresholds, the squared-gap test, and the midpoint.
-
 #include <qvmath/geometry/two_lines.h>
 
 #include <cmath>
@@ -63,61 +60,36 @@ TYPED_TEST(TwoLinesTest, Properties_CommonPerpendicularOfSkewLines) {
   EXPECT_GT(checked, 1000);
 }
 
-TYPED_TEST(TwoLinesTest, Regions_PerpendicularIntersectingLinesMeetExactly) {
+TYPED_TEST(TwoLinesTest, Regions_GapTestAndThresholds) {
   using T = TypeParam;
   // L1 through (−2, 3, 0) along x, L2 through (0, 5, 0) along y: they cross at (0, 3, 0).
   const T P1[3] = {-2, 3, 0}, P2[3] = {0, 5, 0}, a[3] = {1, 0, 0}, b[3] = {0, 1, 0};
-  T r[3] = {2, 2, 0}, t[2];
+  T r[3] = {2, 2, 0}, t[2], mid[3];
   EXPECT_TRUE(meetTwoVectors(a, b, r, t, T(1e-30)));
-  EXPECT_EQ(t[0], T(2));
-  EXPECT_EQ(t[1], T(-2));
-  for (T c : r) EXPECT_EQ(c, T(0));
-  T r0[3] = {2, 2, 0};
-  EXPECT_FALSE(meetTwoVectors(a, b, r0, t, T(0)));  // |r|² < tol is strict
-  T mid[3];
+  EXPECT_TRUE(t[0] == T(2) && t[1] == T(-2) && r[0] == 0 && r[1] == 0 && r[2] == 0);
   makeTwoVectorsMediumPoint(P1, P2, a, b, t, mid);
-  EXPECT_EQ(mid[0], T(0));
-  EXPECT_EQ(mid[1], T(3));
-  EXPECT_EQ(mid[2], T(0));
-  // Skew by 1 in z: the squared gap 1 passes tol 1.01 but not tol 1.
-  T r1[3] = {2, 2, 1};
+  EXPECT_TRUE(mid[0] == 0 && mid[1] == T(3) && mid[2] == 0);
+  // |r|² < tol is strict; r is written even when the gap test fails.
+  T r0[3] = {2, 2, 0}, r1[3] = {2, 2, 1}, r2[3] = {2, 2, 1};
+  EXPECT_FALSE(meetTwoVectors(a, b, r0, t, T(0)));
   EXPECT_TRUE(meetTwoVectors(a, b, r1, t, T(1.01)));
-  EXPECT_EQ(r1[2], T(1));
-  T r2[3] = {2, 2, 1};
   EXPECT_FALSE(meetTwoVectors(a, b, r2, t, T(1)));
-  EXPECT_EQ(r2[2], T(1));  // written even when the gap test fails
-  EXPECT_EQ(r2[0], T(0));
-}
-
-TYPED_TEST(TwoLinesTest, Degenerate_NearParallelThresholds) {
-  using T = TypeParam;
-  const T a[3] = {1, 0, 0};
-  // sin² just above and below 0.0076 for meetTwoVectors.
-  const double s_hi = std::sqrt(0.0077), s_lo = std::sqrt(0.0075);
-  const T bHi[3] = {T(std::sqrt(1 - 0.0077)), T(s_hi), 0};
-  const T bLo[3] = {T(std::sqrt(1 - 0.0075)), T(s_lo), 0};
-  T r[3] = {0, 1, 0}, t[2] = {-5, -5};
-  EXPECT_TRUE(meetTwoVectors(a, bHi, r, t, T(1e30)));
-  T r2[3] = {0, 1, 0}, t2[2] = {-5, -5};
-  EXPECT_FALSE(meetTwoVectors(a, bLo, r2, t2, T(1e30)));
-  EXPECT_EQ(r2[1], T(1));  // untouched
-  EXPECT_EQ(t2[0], T(-5));
-  // MakeMinDist2Lines only rejects (almost) exact parallels: |D| ≤ 1e-6·aa·bb.
-  const T P1[3] = {0, 0, 0}, P2[3] = {0, 1, 0};
-  T t3[2] = {-5, -5};
-  EXPECT_TRUE(MakeMinDist2Lines(P1, a, P2, bLo, t3));
-  const T bPar[3] = {-3, 0, 0};
-  T t4[2] = {-5, -5};
-  EXPECT_FALSE(MakeMinDist2Lines(P1, a, P2, bPar, t4));
-  EXPECT_EQ(t4[0], T(-5));
-  const T zero[3] = {0, 0, 0};
-  EXPECT_FALSE(MakeMinDist2Lines(P1, a, P2, zero, t4));
-  T r3[3] = {0, 1, 0};
-  EXPECT_FALSE(meetTwoVectors(a, zero, r3, t4, T(1e30)));
-  // sin² = 1e-7 is below the 1e-6 factor; sin² = 1e-5 is above it.
+  EXPECT_TRUE(r2[0] == 0 && r2[2] == T(1));
+  // meetTwoVectors rejects sin² ≤ 0.0076 and leaves r, t alone; MakeMinDist2Lines only
+  // rejects |D| ≤ 1e-6·aa·bb (sin² 1e-7 fails, 1e-5 passes) and zero directions.
+  const T bHi[3] = {T(std::sqrt(1 - 0.0077)), T(std::sqrt(0.0077)), 0};
+  const T bLo[3] = {T(std::sqrt(1 - 0.0075)), T(std::sqrt(0.0075)), 0};
   const T b7[3] = {1, T(std::sqrt(1e-7)), 0}, b5[3] = {1, T(std::sqrt(1e-5)), 0};
-  EXPECT_FALSE(MakeMinDist2Lines(P1, a, P2, b7, t4));
-  EXPECT_TRUE(MakeMinDist2Lines(P1, a, P2, b5, t4));
+  const T bPar[3] = {-3, 0, 0}, zero[3] = {0, 0, 0}, O[3] = {0, 0, 0}, Y[3] = {0, 1, 0};
+  T s1[3] = {0, 1, 0}, s2[3] = {0, 1, 0}, s3[3] = {0, 1, 0}, t2[2] = {-5, -5};
+  EXPECT_TRUE(meetTwoVectors(a, bHi, s1, t, T(1e30)));
+  EXPECT_FALSE(meetTwoVectors(a, bLo, s2, t2, T(1e30)));
+  EXPECT_FALSE(meetTwoVectors(a, zero, s3, t2, T(1e30)));
+  EXPECT_TRUE(s2[1] == T(1) && t2[0] == T(-5));
+  EXPECT_FALSE(MakeMinDist2Lines(O, a, Y, bPar, t2));
+  EXPECT_EQ(t2[0], T(-5));
+  for (const T* d : {bLo, b5}) EXPECT_TRUE(MakeMinDist2Lines(O, a, Y, d, t2));
+  for (const T* d : {zero, b7}) EXPECT_FALSE(MakeMinDist2Lines(O, a, Y, d, t2));
 }
 
 }  // namespace
