@@ -11,6 +11,19 @@ using REmath::Point3D_d;
 
 namespace {
 
+// The largest tangential distance of the points from the origin, sqrt(max(u² + v²)) over the
+// local coordinates that local(i, q) writes: the scale that makes the fit's unknowns O(1).
+template <class Local>
+double TangentRadius(int n, const Local& local) {
+  double r2 = 0;
+  for (int i = 0; i < n; ++i) {
+    double q[3];
+    local(i, q);
+    r2 = std::max(r2, q[0] * q[0] + q[1] * q[1]);
+  }
+  return std::sqrt(r2);
+}
+
 // Below this reciprocal condition number of the equilibrated normal matrix, its inverse
 // (whose square root bounds the amplification of data errors into the coefficients) would
 // carry fewer than about five correct digits of the curvatures.
@@ -68,13 +81,7 @@ bool GetSignedCurvatures(int n, const REmath::Point3D* pts, const Point3D_d& ori
                          double(pts[i].z()) - origin.z()};
     for (int r = 0; r < 3; ++r) q[r] = F.m[r][0] * d[0] + F.m[r][1] * d[1] + F.m[r][2] * d[2];
   };
-  double r2 = 0;
-  for (int i = 0; i < n; ++i) {
-    double q[3];
-    local(i, q);
-    r2 = std::max(r2, q[0] * q[0] + q[1] * q[1]);
-  }
-  const double s = std::sqrt(r2);
+  const double s = TangentRadius(n, local);
   if (!(s > 0) || !std::isfinite(s)) return false;
 
   REmath::detail::NormalEquations<6> ne;
@@ -130,13 +137,7 @@ bool GetSignedCurvatures(int n, const REmath::Point3D* pts, const REmath::Point3
                            double(pts[i].z()) - origin.z()};
       rotate(d, q);
     };
-    double r2 = 0;
-    for (int i = 0; i < n; ++i) {
-      double q[3];
-      local(i, q);
-      r2 = std::max(r2, q[0] * q[0] + q[1] * q[1]);
-    }
-    const double s = std::sqrt(r2);
+    const double s = TangentRadius(n, local);
     if (!(s > 0) || !std::isfinite(s)) return false;
     // Unknowns: the tangential normal components a, b at origin and S11, S12, S22 (scaled
     // by s). Normal i gives two equations.
