@@ -5,6 +5,9 @@
 # never grows by accident. A crash, leak, hang (25 s per input) or failed check stops the
 # script with a non-zero status; the input that caused it is kept in build/fuzz/run/<target>/.
 #   scripts/fuzz.sh [seconds] [target...]     targets: the stems of fuzz/*_fuzz.cpp
+# With QV_FUZZ_RUNS=N set, each target instead runs exactly N inputs from the fixed seed 1:
+# the same inputs on every machine, so that a test run is reproducible and a clean result
+# here is a clean result anywhere.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source scripts/deps.sh
@@ -25,12 +28,18 @@ cmake --build build/fuzz -j"$(nproc)" --target "${targets[@]/%/_fuzz}"
 export ASAN_OPTIONS=detect_leaks=1
 export UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1
 for t in "${targets[@]}"; do
-  echo "== fuzzing $t for ${seconds} s"
   work="build/fuzz/run/$t"
   rm -rf "$work"
   mkdir -p "$work/corpus"
   if [ -d "fuzz/corpus/$t" ]; then cp fuzz/corpus/"$t"/* "$work/corpus/"; fi
-  "build/fuzz/fuzz/${t}_fuzz" -max_total_time="$seconds" -timeout=25 -rss_limit_mb=2048 \
+  if [ -n "${QV_FUZZ_RUNS:-}" ]; then
+    budget=(-runs="$QV_FUZZ_RUNS" -seed=1)
+    echo "== fuzzing $t for $QV_FUZZ_RUNS inputs from seed 1"
+  else
+    budget=(-max_total_time="$seconds")
+    echo "== fuzzing $t for ${seconds} s"
+  fi
+  "build/fuzz/fuzz/${t}_fuzz" "${budget[@]}" -timeout=25 -rss_limit_mb=2048 \
     -print_final_stats=1 -artifact_prefix="$work/" "$work/corpus" 2>"$work/log.txt" ||
     { tail -n 60 "$work/log.txt"; echo "fuzz target $t failed; see $work/"; exit 1; }
   grep -E '^stat::number_of_executed_units|^Done' "$work/log.txt" || true

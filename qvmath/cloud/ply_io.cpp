@@ -40,6 +40,18 @@ enum class Format { Ascii, BinaryLE, BinaryBE };
 // Where a vertex property goes.
 enum Slot : int { kX, kY, kZ, kNx, kNy, kNz, kRed, kGreen, kBlue, kField };
 
+// A property name the header can carry: no space or control byte (bytes from 0x80 on are
+// kept, so UTF-8 names pass). The reader and the writer share it, so that every cloud
+// read can be written again.
+bool IsWritableName(const std::string& name) {
+  if (name.empty()) return false;
+  for (const char ch : name) {
+    const auto b = static_cast<unsigned char>(ch);
+    if (b <= 0x20 || b == 0x7f) return false;
+  }
+  return true;
+}
+
 std::vector<std::string> SplitWords(const std::string& line) {
   std::vector<std::string> words;
   std::size_t i = 0;
@@ -117,6 +129,7 @@ std::size_t ParseHeader(const unsigned char* data, std::size_t size, Format& for
       } else {
         Fail("bad property line '" + line + "'");
       }
+      if (!IsWritableName(p.name)) Fail("bad property name in '" + line + "'");
       for (const Property& q : elements.back().props)
         if (q.name == p.name)
           Fail("element " + elements.back().name + ": property " + p.name + " appears twice");
@@ -183,11 +196,11 @@ class BodyReader {
   // Reads past one list property; its count is checked against the remaining bytes.
   void SkipList(const Property& p, const Element& e) {
     const double c = Value(p.countType, e);
-    if (!(c >= 0) || c != double(std::uint64_t(c)))
-      Fail("element " + e.name + ": bad list count");
+    if (!(c >= 0) || c != std::floor(c)) Fail("element " + e.name + ": bad list count");
+    // Compared as doubles first: a count beyond every size_t must not reach the conversion.
+    if (c > double(Remaining())) Fail("element " + e.name + ": list count exceeds the data");
     const std::uint64_t count = std::uint64_t(c);
     if (m_format == Format::Ascii) {
-      if (count > Remaining()) Fail("element " + e.name + ": list count exceeds the data");
       for (std::uint64_t i = 0; i < count; ++i) Value(p.type, e);
     } else {
       const std::uint64_t bytes = count * std::uint64_t(FieldTypeSize(p.type));
@@ -306,8 +319,7 @@ void ReadVertices(BodyReader& rd, const Element& v, CPointCloud& cloud) {
 void WriteHeaderAndBody(const CPointCloud& cloud, EPlyEncoding enc, std::vector<unsigned char>& out) {
   cloud.CheckSizes();
   for (const auto& f : cloud.Fields()) {
-    bool bad = f.name.find_first_of(" \t\r\n") != std::string::npos || f.name == "x" ||
-               f.name == "y" || f.name == "z";
+    bool bad = !IsWritableName(f.name) || f.name == "x" || f.name == "y" || f.name == "z";
     if (cloud.HasNormals()) bad = bad || f.name == "nx" || f.name == "ny" || f.name == "nz";
     if (cloud.HasColours())
       bad = bad || f.name == "red" || f.name == "green" || f.name == "blue";

@@ -183,7 +183,14 @@ TEST(PlyIo, Degenerate_MalformedAndLyingFilesGiveNamedErrors) {
       {bin + "2\n" + xyz + "end_header\n" + std::string(23, '\0'), "lying header"},
       {"ply\nformat binary_little_endian 1.0\nelement face 1\nproperty list uint int idx\n"
        "element vertex 1\n" + xyz + "end_header\n\xff\xff\xff\x7f" + std::string(12, '\0'),
-       "data truncated"},
+       "exceeds the data"},
+      // The writer must be able to write back every name the reader accepts.
+      {"ply\nformat ascii 1.0\nelement vertex 1\n" + xyz + "property float q\ra\nend_header\n1 2 3 4\n",
+       "bad property name"},
+      // A count beyond every integer width is refused before it is converted.
+      {"ply\nformat ascii 1.0\nelement face 1\nproperty list uchar int idx\n"
+       "element vertex 1\n" + xyz + "end_header\n1e121 0\n0 0 0\n",
+       "exceeds the data"},
   };
   for (const auto& k : cases) {
     CPointCloud c;
