@@ -40,18 +40,6 @@ enum class Format { Ascii, BinaryLE, BinaryBE };
 // Where a vertex property goes.
 enum Slot : int { kX, kY, kZ, kNx, kNy, kNz, kRed, kGreen, kBlue, kField };
 
-// A property name the header can carry: no space or control byte (bytes from 0x80 on are
-// kept, so UTF-8 names pass). The reader and the writer share it, so that every cloud
-// read can be written again.
-bool IsWritableName(const std::string& name) {
-  if (name.empty()) return false;
-  for (const char ch : name) {
-    const auto b = static_cast<unsigned char>(ch);
-    if (b <= 0x20 || b == 0x7f) return false;
-  }
-  return true;
-}
-
 std::vector<std::string> SplitWords(const std::string& line) {
   std::vector<std::string> words;
   std::size_t i = 0;
@@ -129,7 +117,7 @@ std::size_t ParseHeader(const unsigned char* data, std::size_t size, Format& for
       } else {
         Fail("bad property line '" + line + "'");
       }
-      if (!IsWritableName(p.name)) Fail("bad property name in '" + line + "'");
+      if (!detail::IsWritableFieldName(p.name)) Fail("bad property name in '" + line + "'");
       for (const Property& q : elements.back().props)
         if (q.name == p.name)
           Fail("element " + elements.back().name + ": property " + p.name + " appears twice");
@@ -319,7 +307,7 @@ void ReadVertices(BodyReader& rd, const Element& v, CPointCloud& cloud) {
 void WriteHeaderAndBody(const CPointCloud& cloud, EPlyEncoding enc, std::vector<unsigned char>& out) {
   cloud.CheckSizes();
   for (const auto& f : cloud.Fields()) {
-    bool bad = !IsWritableName(f.name) || f.name == "x" || f.name == "y" || f.name == "z";
+    bool bad = !detail::IsWritableFieldName(f.name) || f.name == "x" || f.name == "y" || f.name == "z";
     if (cloud.HasNormals()) bad = bad || f.name == "nx" || f.name == "ny" || f.name == "nz";
     if (cloud.HasColours())
       bad = bad || f.name == "red" || f.name == "green" || f.name == "blue";

@@ -36,9 +36,12 @@ enum Slot : int { kX, kY, kZ, kNx, kNy, kNz, kRed, kGreen, kBlue, kField };
 void SlotsFromNames(const std::vector<std::string>& names, std::size_t line, std::vector<int>& slot) {
   const std::size_t n = names.size();
   slot.assign(n, kField);
-  for (std::size_t i = 0; i < n; ++i)
+  for (std::size_t i = 0; i < n; ++i) {
+    if (!detail::IsWritableFieldName(names[i]) || names[i].find('#') != std::string::npos)
+      Fail(line, "bad column name '" + names[i] + "'");
     for (std::size_t j = 0; j < i; ++j)
       if (names[i] == names[j]) Fail(line, "column " + names[i] + " named twice");
+  }
   if (n < 3 || names[0] != "x" || names[1] != "y" || names[2] != "z")
     Fail(line, "header must start with x y z");
   slot[0] = kX;
@@ -158,7 +161,7 @@ void ReadXyzCloudFile(const std::string& path, CPointCloud& cloud) {
 void WriteXyzCloud(const CPointCloud& cloud, std::string& out) {
   cloud.CheckSizes();
   for (const auto& f : cloud.Fields())
-    if (f.name.find_first_of(" \t\r\n,#") != std::string::npos)
+    if (!detail::IsWritableFieldName(f.name) || f.name.find_first_of(",#") != std::string::npos)
       throw std::invalid_argument("XYZ: field name '" + f.name + "' cannot be written");
   out = "# x y z";
   if (cloud.HasNormals()) out += " nx ny nz";

@@ -14,6 +14,18 @@
 namespace REmath {
 namespace detail {
 
+// A field name both file headers can carry: not empty, no space or control byte (bytes from
+// 0x80 on are kept, so UTF-8 names pass). Readers and writers share it, so that every cloud
+// read can be written again.
+inline bool IsWritableFieldName(const std::string& name) {
+  if (name.empty()) return false;
+  for (const char ch : name) {
+    const auto b = static_cast<unsigned char>(ch);
+    if (b <= 0x20 || b == 0x7f) return false;
+  }
+  return true;
+}
+
 inline int FieldTypeSize(ECloudFieldType t) {
   switch (t) {
     case ECloudFieldType::Int8:
