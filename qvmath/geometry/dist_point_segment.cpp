@@ -5,6 +5,8 @@
 #include <qvmath/geometry/detail/point_segment.h>
 
 #if defined(__SSE2__)
+#include <qvmath/geometry/detail/point_triangle_lanes.h>
+
 #include <emmintrin.h>
 #endif
 
@@ -54,9 +56,7 @@ R Segment3D(const P* p, const E* a, const E* b, R* foot, R* t, int* region) {
 
 #if defined(__SSE2__)
 
-inline __m128 Select(__m128 mask, __m128 a, __m128 b) {
-  return _mm_or_ps(_mm_and_ps(mask, a), _mm_andnot_ps(mask, b));
-}
+using REmath::detail::lanes::Select;
 
 inline __m128 Dot(__m128 x0, __m128 x1, __m128 x2, __m128 y0, __m128 y1, __m128 y2) {
   return _mm_add_ss(_mm_add_ss(_mm_mul_ss(x0, y0), _mm_mul_ss(x1, y1)), _mm_mul_ss(x2, y2));

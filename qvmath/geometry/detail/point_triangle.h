@@ -10,12 +10,15 @@
 namespace REmath {
 namespace detail {
 
-// Region code of an edge query: the edge's first vertex for end a, its second vertex for
-// end b, the edge code itself for the interior and for a degenerate edge.
-inline int EdgeRegion(SegmentFeature f, int edgeCode, int firstVertex, int secondVertex) {
-  if (f == SegmentFeature::kEndA) return firstVertex;
-  if (f == SegmentFeature::kEndB) return secondVertex;
-  return edgeCode;
+// Region codes of the triangle query outside the face, by edge (AB, AC, BC: the order in
+// which the edges compete) and by the feature of its segment query (interior or degenerate,
+// end a, end b): the edge's own code, or the code of the vertex at that end.
+constexpr int kTriangleEdgeRegion[3][3] = {{1, 4, 5}, {3, 4, 6}, {2, 5, 6}};
+
+// Region code of edge `edge`'s query that ended on feature f.
+inline int EdgeRegion(SegmentFeature f, int edge) {
+  const int feature = f == SegmentFeature::kEndA ? 1 : f == SegmentFeature::kEndB ? 2 : 0;
+  return kTriangleEdgeRegion[edge][feature];
 }
 
 /// Squared distance from p to the triangle A, B, C; region and foot (either may be null)
@@ -74,11 +77,11 @@ inline R PointTriangle2Scalar(const float* p, const float* A, const float* B, co
   const R* bestFoot;
   int code;
   if (d1 <= d2) {
-    best = d1, bestFoot = fAB, code = EdgeRegion(sAB, 1, 4, 5);
+    best = d1, bestFoot = fAB, code = EdgeRegion(sAB, 0);
   } else {
-    best = d2, bestFoot = fAC, code = EdgeRegion(sAC, 3, 4, 6);
+    best = d2, bestFoot = fAC, code = EdgeRegion(sAC, 1);
   }
-  if (!(best <= d3)) best = d3, bestFoot = fBC, code = EdgeRegion(sBC, 2, 5, 6);
+  if (!(best <= d3)) best = d3, bestFoot = fBC, code = EdgeRegion(sBC, 2);
   if (region) *region = code;
   if (foot)
     for (int i = 0; i < 3; ++i) foot[i] = float(bestFoot[i]);

@@ -7,6 +7,7 @@
 #pragma once
 
 #if defined(__SSE2__)
+#include <qvmath/geometry/detail/point_triangle.h>
 #include <qvmath/geometry/detail/vec3.h>
 
 #include <emmintrin.h>
@@ -80,10 +81,12 @@ inline EdgeResult EdgeQuery(const V3& a, const V3& b, const V3& d, __m128 L, con
   return e;
 }
 
-// Region code vector of an edge: its vertex codes at the ends, its edge code otherwise.
-inline __m128i EdgeCodes(const EdgeResult& e, int edge, int first, int second) {
-  return SelectI(e.endB, _mm_set1_epi32(second),
-                 SelectI(e.endA, _mm_set1_epi32(first), _mm_set1_epi32(edge)));
+// Region code vector of edge `edge` (0 AB, 1 AC, 2 BC): its vertex codes at the ends, its
+// edge code otherwise (kTriangleEdgeRegion).
+inline __m128i EdgeCodes(const EdgeResult& e, int edge) {
+  const int* codes = kTriangleEdgeRegion[edge];
+  return SelectI(e.endB, _mm_set1_epi32(codes[2]),
+                 SelectI(e.endA, _mm_set1_epi32(codes[1]), _mm_set1_epi32(codes[0])));
 }
 
 // The triangle quantities of PointTriangle2Scalar that do not depend on the point.
@@ -131,8 +134,8 @@ inline __m128 Triangle4(const Triangle& T, const V3& p, __m128i* region, V3* foo
   const __m128 best = Select(firstAB, ab.dist, ac.dist);
   const __m128 keep = _mm_cmple_ps(best, bc.dist);
   if (kRegion) {
-    const __m128i r12 = SelectI(firstAB, EdgeCodes(ab, 1, 4, 5), EdgeCodes(ac, 3, 4, 6));
-    const __m128i edge = SelectI(keep, r12, EdgeCodes(bc, 2, 5, 6));
+    const __m128i r12 = SelectI(firstAB, EdgeCodes(ab, 0), EdgeCodes(ac, 1));
+    const __m128i edge = SelectI(keep, r12, EdgeCodes(bc, 2));
     *region = _mm_andnot_si128(_mm_castps_si128(inside), edge);
   }
   if (kFoot) {
