@@ -1,16 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include <qvmath/analysis/ortho_norm_basis.h>
 
+#include <qvmath/core/detail/vec3.h>
+
 #include <cmath>
 
 using REmath::Point3D_d;
 
 namespace {
-
-Point3D_d Cross(const Point3D_d& a, const Point3D_d& b) {
-  return Point3D_d(a.y() * b.z() - a.z() * b.y(), a.z() * b.x() - a.x() * b.z(),
-                   a.x() * b.y() - a.y() * b.x());
-}
 
 // unit(v) to the precision of the unit-length test: one normalisation leaves the length
 // within a few ulps of 1, but the test admits only about two, so a second pass (whose
@@ -44,31 +41,31 @@ COrthoNormBasis COrthoNormBasis::buildByOrthsAndOrigin(const Point3D_d& e0, cons
 COrthoNormBasis COrthoNormBasis::buildRightHandByE0E1AndOrigin(const Point3D_d& e0,
                                                                const Point3D_d& e1,
                                                                const Point3D_d& origin) {
-  return buildByOrthsAndOrigin(e0, e1, Unit(Cross(e0, e1)), origin);
+  return buildByOrthsAndOrigin(e0, e1, Unit(REmath::detail::PointCross(e0, e1)), origin);
 }
 
 COrthoNormBasis COrthoNormBasis::buildRightHandByV0V1AndOrigin(const Point3D_d& dir0,
                                                                const Point3D_d& dir1,
                                                                const Point3D_d& origin) {
   const Point3D_d e0 = Unit(dir0);
-  const Point3D_d e2 = Unit(Cross(e0, dir1));
-  return buildByOrthsAndOrigin(e0, Unit(Cross(e2, e0)), e2, origin);
+  const Point3D_d e2 = Unit(REmath::detail::PointCross(e0, dir1));
+  return buildByOrthsAndOrigin(e0, Unit(REmath::detail::PointCross(e2, e0)), e2, origin);
 }
 
 COrthoNormBasis COrthoNormBasis::buildRightHandByV2V0AndOrigin(const Point3D_d& dir2,
                                                                const Point3D_d& dir0,
                                                                const Point3D_d& origin) {
   const Point3D_d e2 = Unit(dir2);
-  const Point3D_d e1 = Unit(Cross(e2, dir0));
-  return buildByOrthsAndOrigin(Unit(Cross(e1, e2)), e1, e2, origin);
+  const Point3D_d e1 = Unit(REmath::detail::PointCross(e2, dir0));
+  return buildByOrthsAndOrigin(Unit(REmath::detail::PointCross(e1, e2)), e1, e2, origin);
 }
 
 COrthoNormBasis COrthoNormBasis::buildAnyRightHandByV2AndOrigin(const Point3D_d& dir2,
                                                                 const Point3D_d& origin) {
   const Point3D_d n = Unit(dir2);
   const Point3D_d t = std::fabs(n.x()) > 0.9 ? Point3D_d(0, 1, 0) : Point3D_d(1, 0, 0);
-  const Point3D_d e0 = Unit(Cross(t, n));
-  return buildByOrthsAndOrigin(e0, Unit(Cross(n, e0)), n, origin);
+  const Point3D_d e0 = Unit(REmath::detail::PointCross(t, n));
+  return buildByOrthsAndOrigin(e0, Unit(REmath::detail::PointCross(n, e0)), n, origin);
 }
 
 Point3D_d COrthoNormBasis::getOrigin() const { return Point3D_d(m_back.t); }
@@ -114,7 +111,7 @@ bool COrthoNormBasis::isOrthoNorm() const {
 
 bool COrthoNormBasis::isOrthoNormRightHand() const {
   if (!isOrthoNorm()) return false;
-  const Point3D_d c = Cross(getE0(), getE1());
+  const Point3D_d c = REmath::detail::PointCross(getE0(), getE1());
   const Point3D_d e2 = getE2();
   return c.x() * e2.x() + c.y() * e2.y() + c.z() * e2.z() > 0;
 }

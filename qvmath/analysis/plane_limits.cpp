@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Extents of point selections: bounding box, in-plane principal basis, CPlaneLimits.
 #include <qvmath/analysis/plane_limits.h>
-#include <qvmath/geometry/detail/vec3.h>
+#include <qvmath/core/detail/vec3.h>
 #include <qvmath/geometry/local_frame.h>
 
 #include <cmath>

@@ -3,7 +3,7 @@
 // restricted to a cone about a direction, and rejection rounds against the previous plane.
 #include <qvmath/analysis/detail/scatter3.h>
 #include <qvmath/analysis/plane_selection_constrained.h>
-#include <qvmath/geometry/detail/vec3.h>
+#include <qvmath/core/detail/vec3.h>
 #include <qvmath/geometry/local_frame.h>
 
 #include <cmath>

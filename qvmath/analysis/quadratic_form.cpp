@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <qvmath/analysis/quadratic_form.h>
 
+#include <qvmath/core/detail/vec3.h>
+
 #include <cmath>
 #include <utility>
 
@@ -14,10 +16,6 @@ namespace {
 // it is kept literally, not replaced by a tolerance.
 bool IsZero(double v) {
   return std::fabs(0.0 - v) <= (std::fabs(v) + 0.0) * 2.220446049250313e-16;
-}
-
-double Dot(const Point3D_d& a, const Point3D_d& b) {
-  return a.x() * b.x() + a.y() * b.y() + a.z() * b.z();
 }
 
 Point3D_d Mul(const CRotationMatrix& A, const Point3D_d& p) {
@@ -47,7 +45,7 @@ CQuadraticForm CQuadraticForm::buildFromCoefficients(double KXX, double KYY, dou
 }
 
 double CQuadraticForm::eval(const Point3D_d& p) const {
-  return Dot(p, Mul(m_A, p)) + Dot(m_b, p) + m_c;
+  return REmath::detail::PointDot(p, Mul(m_A, p)) + REmath::detail::PointDot(m_b, p) + m_c;
 }
 
 Point3D_d CQuadraticForm::evalGradient(const Point3D_d& p) const {
@@ -62,7 +60,7 @@ void CQuadraticForm::transformToBasis(const COrthoNormBasis& basis) {
   const Point3D_d o = basis.getOrigin();
   const Point3D_d Ao = Mul(m_A, o);
   // c' and b' use the old A and b, so they come first.
-  m_c = m_c + Dot(m_b, o) + Dot(o, Ao);
+  m_c = m_c + REmath::detail::PointDot(m_b, o) + REmath::detail::PointDot(o, Ao);
   Point3D_d v = Ao;
   v *= 2.0;
   v += m_b;
@@ -115,7 +113,7 @@ CQuadraticForm::CalcZResult CQuadraticForm::calculateZByXYSortedByGrad(
     const Point3D_d g1 = evalGradient(Point3D_d(x, y, z1)).unitLength();
     const Point3D_d g2 = evalGradient(Point3D_d(x, y, z2)).unitLength();
     const Point3D_d u = dir.unitLength();
-    if (Dot(u, g1) < Dot(u, g2)) std::swap(z1, z2);
+    if (REmath::detail::PointDot(u, g1) < REmath::detail::PointDot(u, g2)) std::swap(z1, z2);
   }
   return r;
 }

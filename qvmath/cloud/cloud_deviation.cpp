@@ -3,7 +3,7 @@
 
 #include <qvmath/cloud/detail/cloud_blocks.h>
 #include <qvmath/cloud/detail/triangle_bvh.h>
-#include <qvmath/geometry/detail/vec3.h>
+#include <qvmath/core/detail/vec3.h>
 #include <qvmath/infra/progress_counter.h>
 
 #include <algorithm>

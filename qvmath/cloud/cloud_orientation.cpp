@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <qvmath/cloud/cloud_orientation.h>
 
+#include <qvmath/core/detail/vec3.h>
+
 #include <qvmath/cloud/detail/cloud_blocks.h>
 #include <qvmath/cloud/detail/knn_graph.h>
 #include <qvmath/infra/fp_heap.h>
@@ -21,13 +23,6 @@ constexpr int kBlockSize = 4096;
 // of its RMS radius: the outward rule has no side to pick there.
 constexpr double kFlatRatio = 0.01;
 
-double Dot(const Point3D& a, const Point3D_d& b) {
-  return double(a.x()) * b.x() + double(a.y()) * b.y() + double(a.z()) * b.z();
-}
-double Dot(const Point3D& a, const Point3D& b) {
-  return double(a.x()) * b.x() + double(a.y()) * b.y() + double(a.z()) * b.z();
-}
-
 // Flips by a fixed rule, block by block.
 class RuleKernel : public detail::IBlockKernel {
  public:
@@ -44,7 +39,7 @@ class RuleKernel : public detail::IBlockKernel {
                                 ? Point3D_d(m_p.viewpoint.x() - p.x(), m_p.viewpoint.y() - p.y(),
                                             m_p.viewpoint.z() - p.z())
                                 : m_p.direction;
-      if (Dot(m_normals[u], ref) < 0) {
+      if (detail::PointDot(m_normals[u], ref) < 0) {
         m_normals[u] = Point3D(-m_normals[u].x(), -m_normals[u].y(), -m_normals[u].z());
         m_flipped[u] = 1;
       }
@@ -126,7 +121,7 @@ int SpanningTree(const CCloudIndex& index, const CCloudOrientParams& p,
     for (int s : queue) {
       const Point3D_d d(pts[s].x() - centre.x(), pts[s].y() - centre.y(), pts[s].z() - centre.z());
       rms += d.x() * d.x() + d.y() * d.y() + d.z() * d.z();
-      const double a = std::fabs(Dot(nrm[std::size_t(s)], d));
+      const double a = std::fabs(detail::PointDot(nrm[std::size_t(s)], d));
       if (a > best || (a == best && toInput[s] < toInput[seed])) {
         best = a;
         seed = s;
@@ -137,7 +132,7 @@ int SpanningTree(const CCloudIndex& index, const CCloudOrientParams& p,
                       pts[seed].z() - centre.z());
     const Point3D_d ref = best > kFlatRatio * rms ? d : p.flatHint;
     Point3D& ns = nrm[std::size_t(seed)];
-    if (Dot(ns, ref) < 0) ns = Point3D(-ns.x(), -ns.y(), -ns.z());
+    if (detail::PointDot(ns, ref) < 0) ns = Point3D(-ns.x(), -ns.y(), -ns.z());
     seeds.push_back(seed);
   }
 
@@ -153,7 +148,7 @@ int SpanningTree(const CCloudIndex& index, const CCloudOrientParams& p,
       HeapNode* h = static_cast<HeapNode*>(heap.extract());
       const int s = int(h - node.data());
       done[std::size_t(s)] = 1;
-      if (h->parent >= 0 && Dot(nrm[std::size_t(s)], nrm[std::size_t(h->parent)]) < 0) {
+      if (h->parent >= 0 && detail::PointDot(nrm[std::size_t(s)], nrm[std::size_t(h->parent)]) < 0) {
         Point3D& n = nrm[std::size_t(s)];
         n = Point3D(-n.x(), -n.y(), -n.z());
       }
@@ -163,7 +158,7 @@ int SpanningTree(const CCloudIndex& index, const CCloudOrientParams& p,
       }
       forEachNeighbour(s, [&](int v) {
         if (done[std::size_t(v)]) return;
-        const double key = std::fabs(Dot(nrm[std::size_t(s)], nrm[std::size_t(v)]));
+        const double key = std::fabs(detail::PointDot(nrm[std::size_t(s)], nrm[std::size_t(v)]));
         HeapNode& e = node[std::size_t(v)];
         if (!e.inHeap()) {
           e.parent = s;
@@ -179,7 +174,7 @@ int SpanningTree(const CCloudIndex& index, const CCloudOrientParams& p,
   for (int s = 0; s < m; ++s) {
     if (!ok[std::size_t(s)]) continue;
     Point3D& out = normals[std::size_t(toInput[s])];
-    if (Dot(out, nrm[std::size_t(s)]) < 0) ++flipped;
+    if (detail::PointDot(out, nrm[std::size_t(s)]) < 0) ++flipped;
     out = nrm[std::size_t(s)];
   }
   return flipped;

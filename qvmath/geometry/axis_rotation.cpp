@@ -2,7 +2,7 @@
 // Rotation about a line (Rodrigues) and the historical vector rotation.
 #include <qvmath/geometry/axis_rotation.h>
 
-#include <qvmath/geometry/detail/vec3.h>
+#include <qvmath/core/detail/vec3.h>
 
 #include <cmath>
 

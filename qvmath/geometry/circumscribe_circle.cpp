@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <qvmath/geometry/circumscribe_circle.h>
+#include <qvmath/core/detail/vec3.h>
 
 #include <cmath>
 
@@ -9,10 +10,7 @@ namespace {
 // returned, so that callers of either overload compare against the same value.
 constexpr float kMissingRadius = 6.66e19f;
 
-template <class Real>
-Real Dot(const Real* a, const Real* b) {
-  return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
-}
+using REmath::detail::Dot3;
 
 // The circumcentre in barycentric form: the weight of each vertex is the squared length of
 // the opposite side times the dot product of the two sides at that vertex (that is, a²·cos
@@ -29,12 +27,12 @@ bool Circumscribe(const Pt* tri, Pt& centre, Real& radius) {
     ac[k] = C[k] - A[k];
     bc[k] = C[k] - B[k];
   }
-  const Real lab = Dot(ab, ab), lac = Dot(ac, ac), lbc = Dot(bc, bc);
+  const Real lab = Dot3(ab, ab), lac = Dot3(ac, ac), lbc = Dot3(bc, bc);
   // (C − B)·(A − B) = −(bc·ab) and (B − C)·(A − C) = bc·ac: negation is exact, so these
   // round exactly as the products of the differences taken the other way.
-  const Real wa = lbc * Dot(ab, ac);
-  const Real wb = lac * -Dot(bc, ab);
-  const Real wc = lab * Dot(bc, ac);
+  const Real wa = lbc * Dot3(ab, ac);
+  const Real wb = lac * -Dot3(bc, ab);
+  const Real wc = lab * Dot3(bc, ac);
   const Real s = wa + wb + wc;
   const Real as = std::fabs(s);
   if (Real(1e-6) * (lab * lab) > as) return false;

@@ -2,7 +2,7 @@
 // Contour normal from the vector area about the centroid.
 #include <qvmath/geometry/contour_normal.h>
 
-#include <qvmath/geometry/detail/vec3.h>
+#include <qvmath/core/detail/vec3.h>
 #include <qvmath/geometry/local_frame.h>
 
 #include <cstddef>

@@ -12,7 +12,7 @@
 #include <qvmath/geometry/detail/point_segment.h>
 #include <qvmath/geometry/detail/point_triangle.h>
 #include <qvmath/geometry/detail/point_triangle_lanes.h>
-#include <qvmath/geometry/detail/vec3.h>
+#include <qvmath/core/detail/vec3.h>
 #include <qvmath/geometry/dist_point_triangle.h>
 
 #include <cmath>

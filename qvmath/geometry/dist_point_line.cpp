@@ -2,7 +2,7 @@
 // Point-to-line distance and the line-to-point perpendicular, float and double.
 #include <qvmath/geometry/dist_point_line.h>
 
-#include <qvmath/geometry/detail/vec3.h>
+#include <qvmath/core/detail/vec3.h>
 
 namespace {
 

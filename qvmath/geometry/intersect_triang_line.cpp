@@ -2,7 +2,7 @@
 // Line-triangle intersection: the exact float test and the tolerant double-precision variant.
 #include <qvmath/geometry/intersect_triang_line.h>
 
-#include <qvmath/geometry/detail/vec3.h>
+#include <qvmath/core/detail/vec3.h>
 
 #include <algorithm>
 

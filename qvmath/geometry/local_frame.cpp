@@ -2,7 +2,7 @@
 // Normalisation, default perpendiculars and local frames, float and double.
 #include <qvmath/geometry/local_frame.h>
 
-#include <qvmath/geometry/detail/vec3.h>
+#include <qvmath/core/detail/vec3.h>
 
 #include <algorithm>
 #include <cmath>

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <qvmath/geometry/point_net.h>
+#include <qvmath/core/detail/vec3.h>
 
 #include <algorithm>
 #include <cmath>
@@ -19,7 +20,7 @@ constexpr float kSnap = 1e-5f;
 constexpr double kStepRel = 1e-12;
 constexpr int kMaxNewton = 30;
 
-double Dot(const double* a, const double* b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
+using REmath::detail::Dot3;
 
 // One bilinear cell relative to the query point: B(s, t) − p = p00 + s·a + t·b + s·t·c.
 struct Cell {
@@ -45,7 +46,7 @@ struct Cell {
   double Dist2(double s, double t) const {
     double r[3];
     Eval(s, t, r);
-    return Dot(r, r);
+    return Dot3(r, r);
   }
 };
 
@@ -80,9 +81,9 @@ void Descend(const Cell& cell, double s, double t, Best& best) {
       bs[k] = cell.a[k] + t * cell.c[k];
       bt[k] = cell.b[k] + s * cell.c[k];
     }
-    const double gs = Dot(bs, r), gt = Dot(bt, r);
-    const double hss = Dot(bs, bs), htt = Dot(bt, bt), hgn = Dot(bs, bt);
-    double hst = hgn + Dot(r, cell.c);
+    const double gs = Dot3(bs, r), gt = Dot3(bt, r);
+    const double hss = Dot3(bs, bs), htt = Dot3(bt, bt), hgn = Dot3(bs, bt);
+    double hst = hgn + Dot3(r, cell.c);
     double det = hss * htt - hst * hst;
     if (!(hss > 0.0 && det > 1e-14 * hss * htt)) {
       hst = hgn;
@@ -200,7 +201,8 @@ void GetNetNormal(const Matrix<Point3D>& net, int i, int j, Point3D& n, bool kee
   const Point3D& P = net(i, j);
   const float a[3] = {net(ai, aj).m_x - P.m_x, net(ai, aj).m_y - P.m_y, net(ai, aj).m_z - P.m_z};
   const float b[3] = {net(bi, bj).m_x - P.m_x, net(bi, bj).m_y - P.m_y, net(bi, bj).m_z - P.m_z};
-  float c[3] = {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+  float c[3];
+  REmath::detail::Cross3(a, b, c);
   if (!keepOrientation) c[0] = -c[0], c[1] = -c[1], c[2] = -c[2];
   NormalizeVector(c);
   n = Point3D(c[0], c[1], c[2]);

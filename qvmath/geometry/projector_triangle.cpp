@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <qvmath/geometry/projector_triangle.h>
+#include <qvmath/core/detail/vec3.h>
 
 #include <algorithm>
 #include <cmath>
@@ -14,7 +15,7 @@ namespace REmath {
 
 namespace {
 
-double Dot(const double* a, const double* b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
+using detail::Dot3;
 
 // Squared distance from w to the segment from the origin to d (in-plane), with the cached
 // reciprocal 1/|d|² (0 for a zero-length edge, which then measures |w|²). The parameter is
@@ -61,12 +62,12 @@ void CProjectorTriangle::PreCalc() {
     e2[k] = double(m_v[2].asArray()[k]) - A[k];
     e3[k] = double(m_v[2].asArray()[k]) - m_v[1].asArray()[k];
   }
-  m_side2[0] = Dot(e1, e1);
-  m_side2[1] = Dot(e3, e3);
-  m_side2[2] = Dot(e2, e2);
-  double n[3] = {e1[1] * e2[2] - e1[2] * e2[1], e1[2] * e2[0] - e1[0] * e2[2],
-                 e1[0] * e2[1] - e1[1] * e2[0]};
-  const double nn = Dot(n, n);
+  m_side2[0] = Dot3(e1, e1);
+  m_side2[1] = Dot3(e3, e3);
+  m_side2[2] = Dot3(e2, e2);
+  double n[3];
+  detail::Cross3(e1, e2, n);
+  const double nn = Dot3(n, n);
   double x[3], y[3], z[3];
   const bool flat = !(nn > 0.0);
   if (!flat) {
@@ -84,17 +85,15 @@ void CProjectorTriangle::PreCalc() {
     }
     BuildDefPerpendicular(x, z);
   }
-  y[0] = z[1] * x[2] - z[2] * x[1];
-  y[1] = z[2] * x[0] - z[0] * x[2];
-  y[2] = z[0] * x[1] - z[1] * x[0];
+  detail::Cross3(z, x, y);
   m_frame.m.setRow(0, Point3D_d(x[0], x[1], x[2]));
   m_frame.m.setRow(1, Point3D_d(y[0], y[1], y[2]));
   m_frame.m.setRow(2, Point3D_d(z[0], z[1], z[2]));
-  for (int r = 0; r < 3; ++r) m_frame.t[r] = -Dot(m_frame.m.m[r], A);
+  for (int r = 0; r < 3; ++r) m_frame.t[r] = -Dot3(m_frame.m.m[r], A);
   auto inv = [](double l2) { return l2 > 0.0 ? 1.0 / l2 : 0.0; };
-  m_bx = Dot(x, e1);
-  m_by = flat ? Dot(y, e1) : 0.0;  // exactly 0 by construction when x is along AB
-  const double cx = Dot(x, e2), cy = Dot(y, e2);
+  m_bx = Dot3(x, e1);
+  m_by = flat ? Dot3(y, e1) : 0.0;  // exactly 0 by construction when x is along AB
+  const double cx = Dot3(x, e2), cy = Dot3(y, e2);
   for (int k = 0; k < 3; ++k) m_xyRows[k][0] = x[k], m_xyRows[k][1] = y[k];
   m_xyRows[3][0] = m_frame.t[0], m_xyRows[3][1] = m_frame.t[1];
   m_edgeOrg[0][0] = 0.0, m_edgeOrg[0][1] = m_bx;

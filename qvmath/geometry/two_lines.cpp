@@ -2,7 +2,7 @@
 // Closest points of two lines: the normal equations of min |P2 + t2·b − P1 − t1·a|².
 #include <qvmath/geometry/two_lines.h>
 
-#include <qvmath/geometry/detail/vec3.h>
+#include <qvmath/core/detail/vec3.h>
 
 #include <cmath>
 

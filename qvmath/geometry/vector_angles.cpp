@@ -2,7 +2,7 @@
 // Parallelism and coplanarity tests, corner cosines and half-plane products.
 #include <qvmath/geometry/vector_angles.h>
 
-#include <qvmath/geometry/detail/vec3.h>
+#include <qvmath/core/detail/vec3.h>
 
 #include <cmath>
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <qvmath/optim/min_max_optimizer.h>
 
+#include <qvmath/core/detail/vec3.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -12,15 +14,11 @@ namespace REmath {
 
 namespace {
 
-double Dot(const Point3D_d& a, const Point3D_d& b) {
-  return a.m_x * b.m_x + a.m_y * b.m_y + a.m_z * b.m_z;
-}
-
 // Squared box diagonal |LimitMax − LimitMin|².
 double BoxDiagonal2(const CMinMaxTask& task) {
   Point3D_d diag = task.GetLimitMax();
   diag -= task.GetLimitMin();
-  return Dot(diag, diag);
+  return detail::PointDot(diag, diag);
 }
 
 // 0.98 of the step along a direction component dk that reaches the bound x moves toward.
@@ -100,7 +98,7 @@ class CMinMaxOptimizer::CState {
     std::fill(m_taken.begin(), m_taken.end(), char(0));
     d = Point3D_d();
     std::size_t active = n;
-    while (Dot(d, d) <= 1e-8) {
+    while (detail::PointDot(d, d) <= 1e-8) {
       std::size_t best = n;
       for (std::size_t i = 0; i < n; ++i)
         if (!m_taken[i] && (best == n || m_values[i] < m_values[best])) best = i;
@@ -117,14 +115,14 @@ class CMinMaxOptimizer::CState {
 
   // The first trial step along d from x, where F = F(x) and `active` owns the gradient d.
   double InitialStep(const Point3D_d& x, const Point3D_d& d, std::size_t active, double f) {
-    const double dd = Dot(d, d);
+    const double dd = detail::PointDot(d, d);
     if (dd == 0.0) return 0.0;
     double t = std::sqrt(BoxDiagonal2(*m_task) / dd);
     Point3D_d g;
     for (std::size_t j = 0; j < m_values.size(); ++j) {
       if (j == active || !(m_values[j] > f)) continue;
       Gradient(j, x, m_values[j], g);
-      const double slopeDiff = dd - Dot(g, d);
+      const double slopeDiff = dd - detail::PointDot(g, d);
       if (!(slopeDiff > 0.0)) continue;
       const double tj = (m_values[j] - f) / slopeDiff;
       if (tj > 0.0 && tj < t) t = tj;

@@ -5,7 +5,7 @@
 #pragma once
 
 #include <qvmath/geometry/detail/point_segment.h>
-#include <qvmath/geometry/detail/vec3.h>
+#include <qvmath/core/detail/vec3.h>
 
 namespace REmath {
 namespace detail {

@@ -8,7 +8,7 @@
 
 #if defined(__SSE2__)
 #include <qvmath/geometry/detail/point_triangle.h>
-#include <qvmath/geometry/detail/vec3.h>
+#include <qvmath/core/detail/vec3.h>
 
 #include <emmintrin.h>
 

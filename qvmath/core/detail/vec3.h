@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
-// Internal: small fixed-size vector arithmetic on raw coordinate arrays, in the precision of
+// Internal: small fixed-size vector arithmetic. On raw coordinate arrays in the precision of
 // the destination type R (each operand is converted to R before the operation, so float
-// routines round every intermediate to float). Not installed.
+// routines round every intermediate to float); on point objects (anything with x(), y(),
+// z()) in double. Not installed.
 #pragma once
 
 namespace REmath {
@@ -35,6 +36,20 @@ inline void PerpFromLine(const R* a, const R* b, const R* p, R* out) {
   Sub3(p, a, w);
   const R s = Dot3(w, d) / Dot3(d, d);
   for (int i = 0; i < 3; ++i) out[i] = w[i] - s * d[i];
+}
+
+// (a.x·b.x + a.y·b.y) + a.z·b.z of two point objects, each coordinate widened to double.
+template <class P, class Q>
+inline double PointDot(const P& a, const Q& b) {
+  return double(a.x()) * double(b.x()) + double(a.y()) * double(b.y()) +
+         double(a.z()) * double(b.z());
+}
+
+// a × b of two point objects, in their own precision, with the component formulas of Cross3.
+template <class P>
+inline P PointCross(const P& a, const P& b) {
+  return P(a.y() * b.z() - a.z() * b.y(), a.z() * b.x() - a.x() * b.z(),
+           a.x() * b.y() - a.y() * b.x());
 }
 
 }  // namespace detail
