@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include <qvmath/analysis/detail/curvature_core.h>
+#include <qvmath/core/detail/vec3.h>
 
 namespace {
 
@@ -36,8 +37,8 @@ bool CurvaturesOfRaw(const CQuadFormRaw9<double>& q, double* k, REmath::Matrix<d
     const double s = std::sqrt(1 - n[1] * n[1]);
     t1[0] = n[2] / s, t1[1] = 0, t1[2] = -n[0] / s;
   }
-  double t2[3] = {t1[1] * n[2] - t1[2] * n[1], t1[2] * n[0] - t1[0] * n[2],
-                  t1[0] * n[1] - t1[1] * n[0]};
+  double t2[3];
+  REmath::detail::Cross3(t1, n, t2);
   auto quad = [&q](const double* t) {
     return q.KXX * t[0] * t[0] + q.KXY * t[0] * t[1] + q.KXZ * t[0] * t[2] +
            q.KYY * t[1] * t[1] + q.KYZ * t[1] * t[2] + q.KZZ * t[2] * t[2];

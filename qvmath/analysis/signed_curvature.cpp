@@ -6,6 +6,7 @@
 
 #include <qvmath/analysis/detail/small_spd.h>
 #include <qvmath/analysis/ortho_norm_basis.h>
+#include <qvmath/core/detail/vec3.h>
 
 using REmath::Point3D_d;
 
@@ -107,8 +108,8 @@ bool GetSignedCurvatures(int n, const REmath::Point3D* pts, const Point3D_d& ori
   const double N[3] = {-hu / W, -hv / W, 1 / W};
   const double l1 = std::sqrt(1 + hu * hu);
   const double T1[3] = {1 / l1, 0, hu / l1};
-  const double T2[3] = {N[1] * T1[2] - N[2] * T1[1], N[2] * T1[0] - N[0] * T1[2],
-                        N[0] * T1[1] - N[1] * T1[0]};
+  double T2[3];
+  REmath::detail::Cross3(N, T1, T2);
   // Second fundamental form II(a, b) = (a_u, a_v)·Hess(h)·(b_u, b_v)/W, where the parameter
   // components of a tangent vector are its local x and y. Negated: positive = bending
   // away from the normal.
