@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# cmake -DLIB=<path to libqvmath.so> -DNM=<nm> -P CheckExports.cmake
+# cmake -DLIB=<path to libqvmath.so> -DNM=<nm> -DELEMENT_TYPES=<element_types.h> -P CheckExports.cmake
 # Fails unless the shared library exports the ten instantiations of each container template,
 # the undecorated log-sink entry points, and none of the library's internal helpers.
 execute_process(COMMAND ${NM} -D --defined-only -C ${LIB} OUTPUT_VARIABLE syms RESULT_VARIABLE rc)
@@ -7,9 +7,20 @@ if(NOT rc EQUAL 0)
   message(FATAL_ERROR "nm failed on ${LIB}")
 endif()
 set(problems "")
+# The element types are those the X-macros of element_types.h list, one X(type) a line.
+file(READ ${ELEMENT_TYPES} header)
+string(REGEX MATCHALL "\n  X\\([^)]*\\)" entries "${header}")
+set(types "")
+foreach(entry IN LISTS entries)
+  string(REGEX REPLACE "^\n  X\\((.*)\\)$" "\\1" t "${entry}")
+  list(APPEND types "${t}")
+endforeach()
+list(LENGTH types ntypes)
+if(NOT ntypes EQUAL 10)
+  message(FATAL_ERROR "expected ten element types in ${ELEMENT_TYPES}, found ${ntypes}: ${types}")
+endif()
 foreach(tmpl Vector Matrix)
-  foreach(t "char" "unsigned char" "int" "unsigned int" "float" "double"
-            "REmath::Point3D" "REmath::Point3D_d" "REmath::HPoint3D" "REmath::HPoint3D_d")
+  foreach(t IN LISTS types)
     string(FIND "${syms}" "vtable for REmath::${tmpl}<${t}>" pos)
     if(pos EQUAL -1)
       list(APPEND problems "missing REmath::${tmpl}<${t}>")
