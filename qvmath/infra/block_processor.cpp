@@ -22,24 +22,6 @@ constexpr int kAbortCode = -1;
 
 enum BlockState : unsigned char { kPending, kProcessing, kFinished };
 
-// Holds a critical section until Release or the end of the scope.
-class SectionHold {
- public:
-  explicit SectionHold(CKorvaCritSection* section) : m_section(section) {
-    if (m_section) m_section->Lock();
-  }
-  ~SectionHold() { Release(); }
-  SectionHold(const SectionHold&) = delete;
-  SectionHold& operator=(const SectionHold&) = delete;
-  void Release() {
-    if (m_section) m_section->Unlock();
-    m_section = nullptr;
-  }
-
- private:
-  CKorvaCritSection* m_section;
-};
-
 // Holds all sections of a processor for the scope.
 class AllSectionsHold {
  public:
@@ -212,7 +194,7 @@ int CBlockProcessor::Run() {
   if (m_extract && !m_immediate) return 9;
   m_abortRaised.store(false);
   {
-    SectionHold hold(m_blockLock.get());
+    CKorvaCritSectionGuard hold(m_blockLock.get());
     m_impl->failure = nullptr;
   }
   ResetWholeProcessStatus();
@@ -279,7 +261,7 @@ void CBlockProcessor::SerialBlockProcess() {
     else
       SingleBlockProcess(*order[i]);
     phase.Finish();
-    SectionHold hold(m_blockLock.get());
+    CKorvaCritSectionGuard hold(m_blockLock.get());
     m_impl->state[i] = kFinished;
     ++m_impl->finishedCount;
   }
@@ -305,7 +287,7 @@ void CBlockProcessor::ThrowAbort() {
 // Hand-out (under the block lock)
 
 void CBlockProcessor::OnBlockStructureInit() {
-  SectionHold hold(m_blockLock.get());
+  CKorvaCritSectionGuard hold(m_blockLock.get());
   Impl& s = *m_impl;
   s.order.clear();
   s.indexOf.clear();
@@ -335,13 +317,13 @@ bool ReadyAt(const std::vector<IKorvaFragmentDescriptor_Old*>& order,
 }  // namespace
 
 bool CBlockProcessor::IsBlockReadyForProcess(Block_iter block) {
-  SectionHold hold(m_blockLock.get());
+  CKorvaCritSectionGuard hold(m_blockLock.get());
   const Impl& s = *m_impl;
   return ReadyAt(s.order, s.state, s.processing, s.cursor, s.IndexOf(block), *m_structure);
 }
 
 bool CBlockProcessor::HasPotentialJob() {
-  SectionHold hold(m_blockLock.get());
+  CKorvaCritSectionGuard hold(m_blockLock.get());
   const Impl& s = *m_impl;
   for (size_t i = size_t(s.cursor); i < s.state.size(); ++i)
     if (s.state[i] != kFinished) return true;
@@ -349,7 +331,7 @@ bool CBlockProcessor::HasPotentialJob() {
 }
 
 bool CBlockProcessor::HasCurrentJob() {
-  SectionHold hold(m_blockLock.get());
+  CKorvaCritSectionGuard hold(m_blockLock.get());
   const Impl& s = *m_impl;
   for (int i = s.cursor; i < int(s.order.size()); ++i)
     if (ReadyAt(s.order, s.state, s.processing, s.cursor, i, *m_structure)) return true;
@@ -357,7 +339,7 @@ bool CBlockProcessor::HasCurrentJob() {
 }
 
 Block_iter CBlockProcessor::LockNextBlock(CBlockWorker* worker) {
-  SectionHold hold(m_blockLock.get());
+  CKorvaCritSectionGuard hold(m_blockLock.get());
   Impl& s = *m_impl;
   while (s.cursor < int(s.state.size()) && s.state[size_t(s.cursor)] == kFinished) ++s.cursor;
   for (int i = s.cursor; i < int(s.order.size()); ++i) {
@@ -372,7 +354,7 @@ Block_iter CBlockProcessor::LockNextBlock(CBlockWorker* worker) {
 }
 
 void CBlockProcessor::UnLockBlock(Block_iter block, CBlockWorker* worker) {
-  SectionHold hold(m_blockLock.get());
+  CKorvaCritSectionGuard hold(m_blockLock.get());
   Impl& s = *m_impl;
   const int i = s.IndexOf(block);
   if (i < 0 || s.state[size_t(i)] == kFinished) return;
@@ -388,7 +370,7 @@ void CBlockProcessor::UnLockBlock(Block_iter block, CBlockWorker* worker) {
 Block_iter CBlockProcessor::BlockEnd() { return m_structure->end(); }
 
 int CBlockProcessor::GetFinishedBlockCount() const {
-  SectionHold hold(m_blockLock.get());
+  CKorvaCritSectionGuard hold(m_blockLock.get());
   return m_impl->finishedCount;
 }
 
@@ -397,13 +379,13 @@ int CBlockProcessor::GetFinishedBlockCount() const {
 
 CKorvaCritSection* CBlockProcessor::AddWorkerReadCriticalSection() {
   auto section = std::make_unique<CKorvaCritSection>();
-  SectionHold hold(m_blockLock.get());
+  CKorvaCritSectionGuard hold(m_blockLock.get());
   m_impl->readSections.push_back(section.get());
   return section.release();
 }
 
 void CBlockProcessor::RemoveWorkerReadCriticalSection(CKorvaCritSection* section) {
-  SectionHold hold(m_blockLock.get());
+  CKorvaCritSectionGuard hold(m_blockLock.get());
   std::vector<CKorvaCritSection*>& sections = m_impl->readSections;
   auto it = std::find(sections.begin(), sections.end(), section);
   if (it == sections.end()) return;
@@ -430,7 +412,7 @@ void CBlockProcessor::BlockProcessCore(CBlockWorker& worker, Block_iter block) {
   IKorvaFragmentDescriptor_Old& desc = *block;
   // Declared before the sections: deleted after they are released, on every way out.
   std::unique_ptr<IKorvaFragment_Old> fragment;
-  SectionHold read(worker.GetReadBlockSect());
+  CKorvaCritSectionGuard read(worker.GetReadBlockSect());
   if (m_extract) {
     fragment.reset(ExtractBlock(desc));
     if (!fragment) return;
@@ -476,7 +458,7 @@ void CBlockProcessor::WorkerThread(CrewMember* member) {
 }
 
 void CBlockProcessor::RecordWorkerFailure(std::exception_ptr failure) {
-  SectionHold hold(m_blockLock.get());
+  CKorvaCritSectionGuard hold(m_blockLock.get());
   // Only the first failure counts; the others are usually its consequences (a worker
   // counter cancelled by the abort), as is everything thrown once an abort was raised.
   if (!m_impl->failure && !m_abortRaised.load()) m_impl->failure = failure;
@@ -484,7 +466,7 @@ void CBlockProcessor::RecordWorkerFailure(std::exception_ptr failure) {
 }
 
 bool CBlockProcessor::HasWorkerFailure() const {
-  SectionHold hold(m_blockLock.get());
+  CKorvaCritSectionGuard hold(m_blockLock.get());
   return m_impl->failure != nullptr;
 }
 
@@ -558,7 +540,7 @@ void CBlockProcessor::ParallelBlockProcess() {
       stopCrew();
       std::exception_ptr failure;
       {
-        SectionHold hold(m_blockLock.get());
+        CKorvaCritSectionGuard hold(m_blockLock.get());
         failure = m_impl->failure;
       }
       if (failure) std::rethrow_exception(failure);

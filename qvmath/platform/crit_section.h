@@ -30,18 +30,21 @@ class QVMATH_API CKorvaCritSection {
 };
 
 /// Holds a `CKorvaCritSection` for the lifetime of the guard (also while an exception
-/// passes). A null section makes the guard inert.
+/// passes), or until `Release`. A null section makes the guard inert.
 class QVMATH_API CKorvaCritSectionGuard {
  public:
   explicit CKorvaCritSectionGuard(CKorvaCritSection* section) : m_section(section) {
     if (m_section) m_section->Lock();
   }
   explicit CKorvaCritSectionGuard(CKorvaCritSection& section) : CKorvaCritSectionGuard(&section) {}
-  ~CKorvaCritSectionGuard() {
-    if (m_section) m_section->Unlock();
-  }
+  ~CKorvaCritSectionGuard() { Release(); }
   CKorvaCritSectionGuard(const CKorvaCritSectionGuard&) = delete;
   CKorvaCritSectionGuard& operator=(const CKorvaCritSectionGuard&) = delete;
+  /// Leaves the section before the end of the scope; the guard is inert afterwards.
+  void Release() {
+    if (m_section) m_section->Unlock();
+    m_section = nullptr;
+  }
 
  private:
   CKorvaCritSection* m_section;
