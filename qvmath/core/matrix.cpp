@@ -2,6 +2,7 @@
 // Explicit instantiations of REmath::Matrix<T> for the ten element types, and the free
 // operators: sums, scaling, comparison, the matrix and matrix-vector products.
 #include <qvmath/core/matrix.h>
+#include <qvmath/core/detail/fault.h>
 #include <qvmath/core/matrix_impl.h>
 
 #include <algorithm>
@@ -16,7 +17,7 @@ namespace {
 
 template <class T>
 void RequireSameShape(const Matrix<T>& a, const Matrix<T>& b) {
-  if (a.rows() != b.rows() || a.cols() != b.cols()) throw const_cast<char*>("NURBSWrongSize2D");
+  if (a.rows() != b.rows() || a.cols() != b.cols()) detail::ThrowFault("NURBSWrongSize2D");
 }
 
 template <class T>
@@ -201,7 +202,7 @@ void ProductInto(const Matrix<T>& A, const Matrix<T>& B, Matrix<T>& C) {
 
 template <class T>
 Matrix<T> Product(const Matrix<T>& A, const Matrix<T>& B) {
-  if (A.cols() != B.rows()) throw const_cast<char*>("NURBSWrongSize2D");
+  if (A.cols() != B.rows()) detail::ThrowFault("NURBSWrongSize2D");
   Matrix<T> C(A.rows(), B.cols());
   if (A.rows() >= 1 && B.cols() >= 1 && A.cols() >= 1) ProductInto(A, B, C);
   return C;
@@ -211,7 +212,7 @@ Matrix<T> Product(const Matrix<T>& A, const Matrix<T>& B) {
 // columns per pass over r keep the order of each row's sum and quarter the traffic on r.
 template <class T>
 Vector<T> MatVec(const Matrix<T>& A, const Vector<T>& v) {
-  if (A.cols() != v.size()) throw const_cast<char*>("NURBSWrongSize2D");
+  if (A.cols() != v.size()) detail::ThrowFault("NURBSWrongSize2D");
   const int m = A.rows(), K = A.cols();
   Vector<T> r(m);
   if (m < 1) return r;

@@ -5,6 +5,7 @@
 
 #include <qvmath/core/detail/element_ops.h>
 #include <qvmath/core/matrix.h>
+#include <qvmath/core/detail/fault.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -214,7 +215,7 @@ Matrix<T>& Matrix<T>::operator=(const Matrix& other) {
 template <class T>
 Matrix<T> Matrix<T>::get(int r0, int c0, int nr, int nc) const {
   if (r0 < 0 || c0 < 0 || nr < 0 || nc < 0 || nr > m_rows - r0 || nc > m_cols - c0)
-    throw const_cast<char*>("NURBSMatrixErr");
+    detail::ThrowFault("NURBSMatrixErr");
   Matrix r(nr, nc);
   if (nr > 0)
     for (int j = 0; j < nc; ++j) detail::CopyElems(r.m_columns[j], m_columns[c0 + j] + r0, nr);
@@ -224,7 +225,7 @@ Matrix<T> Matrix<T>::get(int r0, int c0, int nr, int nc) const {
 template <class T>
 void Matrix<T>::as(int r0, int c0, const Matrix& B) {
   if (r0 < 0 || c0 < 0 || B.m_rows > m_rows - r0 || B.m_cols > m_cols - c0)
-    throw const_cast<char*>("NURBSMatrixErr");
+    detail::ThrowFault("NURBSMatrixErr");
   if (B.m_rows > 0)
     for (int j = 0; j < B.m_cols; ++j)
       detail::MoveElems(m_columns[c0 + j] + r0, B.m_columns[j], B.m_rows);
@@ -234,9 +235,9 @@ template <class T>
 void Matrix<T>::submatrix(int bi, int bj, const Matrix& B) {
   if (B.m_rows < 1 || B.m_cols < 1 || m_rows < B.m_rows || m_cols < B.m_cols ||
       m_rows % B.m_rows != 0 || m_cols % B.m_cols != 0)
-    throw const_cast<char*>("NURBSWrongSize2D");
+    detail::ThrowFault("NURBSWrongSize2D");
   if (bi < 0 || bj < 0 || bi >= m_rows / B.m_rows || bj >= m_cols / B.m_cols)
-    throw const_cast<char*>("NURBSOutOfBound2D");
+    detail::ThrowFault("NURBSOutOfBound2D");
   const int r0 = bi * B.m_rows, c0 = bj * B.m_cols;
   for (int j = 0; j < B.m_cols; ++j)
     detail::MoveElems(m_columns[c0 + j] + r0, B.m_columns[j], B.m_rows);
@@ -282,14 +283,14 @@ Matrix<T> Matrix<T>::flop() const {
 
 template <class T>
 Matrix<T>& Matrix<T>::operator+=(const Matrix& other) {
-  if (m_rows != other.m_rows || m_cols != other.m_cols) throw const_cast<char*>("NURBSWrongSize2D");
+  if (m_rows != other.m_rows || m_cols != other.m_cols) detail::ThrowFault("NURBSWrongSize2D");
   detail::CombineInPlace(m_data, other.m_data, detail::ElementCount(*this), detail::AddOp());
   return *this;
 }
 
 template <class T>
 Matrix<T>& Matrix<T>::operator-=(const Matrix& other) {
-  if (m_rows != other.m_rows || m_cols != other.m_cols) throw const_cast<char*>("NURBSWrongSize2D");
+  if (m_rows != other.m_rows || m_cols != other.m_cols) detail::ThrowFault("NURBSWrongSize2D");
   detail::CombineInPlace(m_data, other.m_data, detail::ElementCount(*this), detail::SubOp());
   return *this;
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <qvmath/core/solve_mat.h>
+#include <qvmath/core/detail/fault.h>
 
 #include <cmath>
 #include <cstddef>
@@ -12,7 +13,7 @@ namespace REmath {
 
 namespace {
 
-[[noreturn]] void ThrowDimError() { throw const_cast<char*>("MatrixSolveDimError"); }
+[[noreturn]] void ThrowDimError() { detail::ThrowFault("MatrixSolveDimError"); }
 
 template <class Real>
 bool AllFinite(const Matrix<Real>& m) {

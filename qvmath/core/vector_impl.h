@@ -5,6 +5,7 @@
 
 #include <qvmath/core/detail/element_ops.h>
 #include <qvmath/core/vector.h>
+#include <qvmath/core/detail/fault.h>
 
 #include <cstring>
 #include <new>
@@ -127,7 +128,7 @@ Vector<T>& Vector<T>::operator=(const Vector& other) {
 
 template <class T>
 Vector<T> Vector<T>::get(int start, int count) const {
-  if (start < 0 || count < 0 || count > m_size - start) throw const_cast<char*>("NURBSmatrix_err");
+  if (start < 0 || count < 0 || count > m_size - start) detail::ThrowFault("NURBSmatrix_err");
   Vector r(count);
   if (count > 0)
     std::memcpy(static_cast<void*>(r.m_data), m_data + start, sizeof(T) * size_t(count));
@@ -136,21 +137,21 @@ Vector<T> Vector<T>::get(int start, int count) const {
 
 template <class T>
 void Vector<T>::as(int start, const Vector& src) {
-  if (start < 0 || src.m_size > m_size - start) throw const_cast<char*>("NURBSmatrix_err");
+  if (start < 0 || src.m_size > m_size - start) detail::ThrowFault("NURBSmatrix_err");
   if (src.m_size > 0)
     std::memmove(static_cast<void*>(m_data + start), src.m_data, sizeof(T) * size_t(src.m_size));
 }
 
 template <class T>
 Vector<T>& Vector<T>::operator+=(const Vector& other) {
-  if (m_size != other.m_size) throw const_cast<char*>("NURBSsize");
+  if (m_size != other.m_size) detail::ThrowFault("NURBSsize");
   detail::CombineInPlace(m_data, other.m_data, std::size_t(m_size), detail::AddOp());
   return *this;
 }
 
 template <class T>
 Vector<T>& Vector<T>::operator-=(const Vector& other) {
-  if (m_size != other.m_size) throw const_cast<char*>("NURBSsize");
+  if (m_size != other.m_size) detail::ThrowFault("NURBSsize");
   detail::CombineInPlace(m_data, other.m_data, std::size_t(m_size), detail::SubOp());
   return *this;
 }
