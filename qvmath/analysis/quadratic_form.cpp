@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <qvmath/analysis/quadratic_form.h>
+#include <qvmath/core/detail/tolerance.h>
 
 #include <qvmath/core/detail/vec3.h>
 
@@ -15,7 +16,7 @@ namespace {
 // |0 − v| ≤ (|v| + 0)·ε: the form's documented zero test. It is true only for v == 0;
 // it is kept literally, not replaced by a tolerance.
 bool IsZero(double v) {
-  return std::fabs(0.0 - v) <= (std::fabs(v) + 0.0) * 2.220446049250313e-16;
+  return REmath::detail::RelativelyEqual(0.0, v, REmath::detail::kDoubleEps);
 }
 
 Point3D_d Mul(const CRotationMatrix& A, const Point3D_d& p) {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <qvmath/core/eigen_sa.h>
+#include <qvmath/core/detail/tolerance.h>
 
 #include <cmath>
 #include <stdexcept>
@@ -10,7 +11,7 @@ namespace REmath {
 
 bool IsSelfAdjoint(const CRotationMatrix& m) {
   // Absolute float epsilon, strict: the tolerance the scatter-matrix callers were tuned to.
-  constexpr double kTol = 1.1920928955078125e-07;
+  constexpr double kTol = detail::kFloatEps;
   for (int i = 0; i < 3; ++i)
     for (int j = i + 1; j < 3; ++j)
       if (!(std::abs(m.m[i][j] - m.m[j][i]) < kTol)) return false;

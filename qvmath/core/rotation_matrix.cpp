@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // CRotationMatrix members and the LAPACK-based 3×3 inverse.
 #include <qvmath/core/rotation_matrix.h>
+#include <qvmath/core/detail/tolerance.h>
 
 #include <qvmath/core/detail/lapack.h>
 
@@ -8,8 +9,8 @@
 
 namespace {
 
-constexpr double kDoubleEps = 2.220446049250313e-16;
-constexpr double kFloatEps = 1.1920928955078125e-7;
+using REmath::detail::kDoubleEps;
+using REmath::detail::kFloatEps;
 
 // Relative symmetry test without an absolute floor, as the matrix's users expect:
 // exactly equal pairs pass, tiny unequal ones fail however small they are.
@@ -17,7 +18,7 @@ bool SelfAdjointWithin(const double (&m)[3][3], double eps) {
   for (int i = 0; i < 3; ++i)
     for (int j = i + 1; j < 3; ++j) {
       const double a = m[i][j], b = m[j][i];
-      if (!(std::fabs(a - b) <= (std::fabs(a) + std::fabs(b)) * eps)) return false;
+      if (!REmath::detail::RelativelyEqual(a, b, eps)) return false;
     }
   return true;
 }

@@ -2,6 +2,7 @@
 // RElinearTransform members and the general affine inverse.
 
 #include <qvmath/geometry/linear_transform.h>
+#include <qvmath/core/detail/tolerance.h>
 
 #include <algorithm>
 #include <cmath>
@@ -27,7 +28,7 @@ RElinearTransform Compose(const RElinearTransform& a, const RElinearTransform& b
 // Equality for the orthogonality test: single-precision epsilon, relative with a floor
 // of 1 so that entries that should be zero are judged absolutely.
 bool NearlyEqual(double a, double b) {
-  return std::fabs(a - b) <= 1.1920928955078125e-7 * std::max(1.0, std::fabs(a) + std::fabs(b));
+  return std::fabs(a - b) <= REmath::detail::kFloatEps * std::max(1.0, std::fabs(a) + std::fabs(b));
 }
 
 }  // namespace

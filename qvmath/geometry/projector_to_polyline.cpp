@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <qvmath/geometry/projector_to_polyline.h>
+#include <qvmath/core/detail/tolerance.h>
 
 #include <cfloat>
 #include <cmath>
@@ -56,7 +57,7 @@ bool CProjectorToPolyline::OnProjectPoint(const Point3D_d& p, Point3D_d& q, doub
   // D − h > sqrt(best) + c·(D + h): its squared distance then exceeds best by c²·(D + h)²,
   // with c² = 128·ε far above the rounding of the query (a few ε·(D + h)²), so it could not
   // have replaced the best one. Squared on both sides to avoid a root per segment.
-  const double c = std::sqrt(128 * 2.220446049250313e-16);
+  const double c = std::sqrt(128 * REmath::detail::kDoubleEps);
   const double kIn = (1 - c) * (1 - c), kOut = 1 + c;
   double best = DBL_MAX, bestParam = 0.0, reach = std::sqrt(DBL_MAX);
   std::size_t seg = 0;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <qvmath/core/hpoint3d.h>
+#include <qvmath/core/detail/tolerance.h>
 #include <qvmath/core/point3d.h>
 
 #include <cmath>
@@ -162,12 +163,10 @@ inline T ScaleElem(T v, double s) {
   return v *= s;
 }
 
-// |a - b| <= (|a| + |b|)·eps, in the precision of the component; relative, so 0 equals
-// only 0, and an infinity equals nothing (inf - inf is NaN).
+// Components equal within their own type's relative machine epsilon.
 template <class Real>
 inline bool NearlyEqualComponent(Real a, Real b) {
-  const Real eps = std::numeric_limits<Real>::epsilon();
-  return std::fabs(a - b) <= (std::fabs(a) + std::fabs(b)) * eps;
+  return RelativelyEqual(a, b, std::numeric_limits<Real>::epsilon());
 }
 
 /// Element equality of the vector comparison: exact for scalars and homogeneous points,
