@@ -119,11 +119,13 @@ float CProjectorTriangle::DistToTriangle2(const float* p) {
 // lanes of a double vector; every lane performs the operations of the scalar body in the
 // same order, so both give the same bits.
 float CProjectorTriangle::DistToTriangle2Precalced(const float* p) const {
+#if !defined(__SSE2__)
+  return DistToTriangle2PrecalcedScalar(p);
+#else
   const double (&m)[3][3] = m_frame.m.m;
   const double px = p[0], py = p[1], pz = p[2];
   const float zf = float(m[2][0] * px + m[2][1] * py + m[2][2] * pz + m_frame.t[2]);
   const double z2 = double(zf) * zf;
-#if defined(__SSE2__)
   const __m128d vpx = _mm_set1_pd(px), vpy = _mm_set1_pd(py), vpz = _mm_set1_pd(pz);
   __m128d xy = _mm_add_pd(_mm_mul_pd(_mm_loadu_pd(m_xyRows[0]), vpx),
                           _mm_mul_pd(_mm_loadu_pd(m_xyRows[1]), vpy));
@@ -156,7 +158,14 @@ float CProjectorTriangle::DistToTriangle2Precalced(const float* p) const {
   const __m128d inside =
       _mm_and_pd(_mm_cmple_sd(sAB, zero), _mm_and_pd(inPair, _mm_unpackhi_pd(inPair, inPair)));
   return float(_mm_cvtsd_f64(_mm_add_sd(_mm_set_sd(z2), _mm_andnot_pd(inside, edge))));
-#else
+#endif
+}
+
+float CProjectorTriangle::DistToTriangle2PrecalcedScalar(const float* p) const {
+  const double (&m)[3][3] = m_frame.m.m;
+  const double px = p[0], py = p[1], pz = p[2];
+  const float zf = float(m[2][0] * px + m[2][1] * py + m[2][2] * pz + m_frame.t[2]);
+  const double z2 = double(zf) * zf;
   const float xf = float(m[0][0] * px + m[0][1] * py + m[0][2] * pz + m_frame.t[0]);
   const float yf = float(m[1][0] * px + m[1][1] * py + m[1][2] * pz + m_frame.t[1]);
   const double x = xf, y = yf;
@@ -169,7 +178,6 @@ float CProjectorTriangle::DistToTriangle2Precalced(const float* p) const {
                                std::min(EdgeDist2(x - 0.0, y - 0.0, cx, cy, m_edgeInv[0]),
                                         EdgeDist2(wx, wy, bcx, bcy, m_edgeInv[1])));
   return float(z2 + (inside ? 0.0 : edge));
-#endif
 }
 
 double CProjectorTriangle::GetMaxSideLen2() const {

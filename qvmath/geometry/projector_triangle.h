@@ -62,6 +62,10 @@ class QVMATH_API CProjectorTriangle {
   /// edges. Edge distances in double (from the cached edge vectors and the reciprocals of
   /// the cached squared lengths), without branches; result rounded to float.
   float DistToTriangle2Precalced(const float* p) const;
+  /// The portable body of `DistToTriangle2Precalced`: the same operations one at a time, so
+  /// the same bits. `DistToTriangle2Precalced` runs two of them per SSE2 instruction where
+  /// the target has SSE2, and this body elsewhere; hosts may use it to check that path.
+  float DistToTriangle2PrecalcedScalar(const float* p) const;
   /// The largest of the three cached squared side lengths (0 before any `PreCalc`).
   double GetMaxSideLen2() const;
 
