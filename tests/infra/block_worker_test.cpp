@@ -3,6 +3,7 @@
 #include <qvmath/infra/block_worker.h>
 
 #include <atomic>
+#include <chrono>
 #include <mutex>
 #include <set>
 #include <thread>
@@ -23,6 +24,7 @@ bool FreeForOtherThreads(CKorvaCritSection* section, int tries = 1) {
     for (int k = 0; k < tries && !taken; ++k) {
       taken = section->TryLock();
       if (taken) section->Unlock();
+      if (!taken && k + 1 < tries) std::this_thread::sleep_for(std::chrono::microseconds(200));
     }
   });
   other.join();
@@ -37,7 +39,9 @@ struct Piece : IKorvaFragment_Old {};
 struct ProbeManager : CBlockProcessor {
   CBlockWorker* CreateWorker(bool threaded) override;
   bool NeedUnsharedWorkerInit() override { return unshared; }
-  IKorvaFragment_Old* ExtractBlock(const IKorvaFragmentDescriptor_Old&) override { return new Piece; }
+  IKorvaFragment_Old* ExtractBlock(const IKorvaFragmentDescriptor_Old&) override {
+    return new Piece;
+  }
   void ApplyBlockChanges(const IKorvaFragmentDescriptor_Old&, const IKorvaFragment_Old&) override {
     ++applies;
     ExpectAllSectionsHeld();
