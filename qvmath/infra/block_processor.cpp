@@ -22,8 +22,14 @@ constexpr int kAbortCode = -1;
 
 enum BlockState : unsigned char { kPending, kProcessing, kFinished };
 
+}  // namespace
+
+EBlockAlgError::~EBlockAlgError() = default;
+
+const char* EBlockAlgError::what() const noexcept { return "Block processing failed"; }
+
 // Holds all sections of a processor for the scope.
-class AllSectionsHold {
+class CBlockProcessor::AllSectionsHold {
  public:
   explicit AllSectionsHold(CBlockProcessor& processor) : m_processor(processor) {
     m_processor.LockAllSections();
@@ -35,12 +41,6 @@ class AllSectionsHold {
  private:
   CBlockProcessor& m_processor;
 };
-
-}  // namespace
-
-EBlockAlgError::~EBlockAlgError() = default;
-
-const char* EBlockAlgError::what() const noexcept { return "Block processing failed"; }
 
 struct CBlockProcessor::Impl {
   // Blocks of the pass in iteration order, and the index of each descriptor address.
@@ -470,74 +470,86 @@ bool CBlockProcessor::HasWorkerFailure() const {
   return m_impl->failure != nullptr;
 }
 
-void CBlockProcessor::ParallelBlockProcess() {
-  std::vector<std::unique_ptr<CrewMember>> crew;
-  // Stops every worker thread, waits for it and deletes its worker; safe to call twice.
-  auto stopCrew = [&] {
-    m_abortRaised.store(true);
-    if (m_threadedPrgCnt) m_threadedPrgCnt->SetAbort();
-    for (auto& m : crew)
-      if (m->worker && m->worker->GetWorkerAbortEvent()) m->worker->GetWorkerAbortEvent()->Set();
-    for (auto& m : crew) {
-      if (m->thread.joinable()) m->thread.join();
-      try {
-        UnRegisterWorkerPrgCnt(m->worker);
-      } catch (...) {
-        // A failure is already on its way out; the worker is deleted all the same.
-      }
-      delete m->worker;
+// Stops every worker thread, waits for it and deletes its worker; safe to call twice.
+void CBlockProcessor::StopCrew(Crew& crew) {
+  m_abortRaised.store(true);
+  if (m_threadedPrgCnt) m_threadedPrgCnt->SetAbort();
+  for (auto& m : crew)
+    if (m->worker && m->worker->GetWorkerAbortEvent()) m->worker->GetWorkerAbortEvent()->Set();
+  for (auto& m : crew) {
+    if (m->thread.joinable()) m->thread.join();
+    try {
+      UnRegisterWorkerPrgCnt(m->worker);
+    } catch (...) {
+      // A failure is already on its way out; the worker is deleted all the same.
     }
-    crew.clear();
-  };
+    delete m->worker;
+  }
+  crew.clear();
+}
 
-  // Reaps ended threads, wakes idle workers and moves the progress counter until every
-  // thread ended. @return true when the pass must be aborted.
-  auto manage = [&]() -> bool {
-    CKorvaAutoResetEvent* const waitFor[2] = {m_abortEvent.get(), m_blockFinishedEvent.get()};
-    for (;;) {
-      UpdateParentPrgCnt();
-      if (m_abortEvent->Wait(0) || HasWorkerFailure()) return true;
-      bool progress = m_blockFinishedEvent->Wait(0);
-      for (size_t i = 0; i < crew.size();) {
-        CrewMember& m = *crew[i];
-        if (!m.done.load()) {
-          ++i;
-          continue;
-        }
-        m.thread.join();
-        UnRegisterWorkerPrgCnt(m.worker);
-        delete m.worker;
-        m.worker = nullptr;
-        // The last entry takes the freed place.
-        crew[i] = std::move(crew.back());
-        crew.pop_back();
-        progress = true;
-      }
-      if (crew.empty()) break;
-      // Instead of sleeping 50 ms blind, wait up to that long for the events that can
-      // change anything: a block given back (or a thread ended) and the abort.
-      if (!progress && CKorvaAutoResetEvent::WaitAny(waitFor, 2, kManagerPollMs) == 0) return true;
-      for (auto& m : crew)
-        if (m->worker->GetIdleWorkerEvent()->Wait(0)) m->worker->GetWorkerWakeUpEvent()->Set();
+// Joins the threads that ended and deletes their workers.
+// @return whether any had ended.
+bool CBlockProcessor::ReapEndedWorkers(Crew& crew) {
+  bool any = false;
+  for (size_t i = 0; i < crew.size();) {
+    CrewMember& m = *crew[i];
+    if (!m.done.load()) {
+      ++i;
+      continue;
     }
+    m.thread.join();
+    UnRegisterWorkerPrgCnt(m.worker);
+    delete m.worker;
+    m.worker = nullptr;
+    // The last entry takes the freed place.
+    crew[i] = std::move(crew.back());
+    crew.pop_back();
+    any = true;
+  }
+  return any;
+}
+
+// Reaps ended threads, wakes idle workers and moves the progress counter until every
+// thread ended. @return true when the pass must be aborted.
+bool CBlockProcessor::ManageCrew(Crew& crew) {
+  CKorvaAutoResetEvent* const waitFor[2] = {m_abortEvent.get(), m_blockFinishedEvent.get()};
+  for (;;) {
     UpdateParentPrgCnt();
-    return m_abortEvent->Wait(0) || HasWorkerFailure();
-  };
+    if (m_abortEvent->Wait(0) || HasWorkerFailure()) return true;
+    bool progress = m_blockFinishedEvent->Wait(0);
+    progress = ReapEndedWorkers(crew) || progress;
+    if (crew.empty()) break;
+    // Instead of sleeping 50 ms blind, wait up to that long for the events that can
+    // change anything: a block given back (or a thread ended) and the abort.
+    if (!progress && CKorvaAutoResetEvent::WaitAny(waitFor, 2, kManagerPollMs) == 0) return true;
+    for (auto& m : crew)
+      if (m->worker->GetIdleWorkerEvent()->Wait(0)) m->worker->GetWorkerWakeUpEvent()->Set();
+  }
+  UpdateParentPrgCnt();
+  return m_abortEvent->Wait(0) || HasWorkerFailure();
+}
 
+// One worker from the factory per configured thread, each registered and running.
+void CBlockProcessor::StartCrew(Crew& crew) {
+  const int nThreads = std::max(1, m_nThreads);
+  for (int i = 0; i < nThreads; ++i) {
+    crew.push_back(std::make_unique<CrewMember>());
+    CrewMember* m = crew.back().get();
+    m->worker = CreateWorker(true);
+    if (!m->worker) throw CKorvaException("Block processor: the worker factory returned no worker");
+    RegisterWorkerPrgCnt(m->worker);
+    m->thread = std::thread(&CBlockProcessor::WorkerThread, this, m);
+  }
+}
+
+void CBlockProcessor::ParallelBlockProcess() {
+  Crew crew;
   try {
     InitThreadedPrgCnt();
-    const int nThreads = std::max(1, m_nThreads);
-    for (int i = 0; i < nThreads; ++i) {
-      crew.push_back(std::make_unique<CrewMember>());
-      CrewMember* m = crew.back().get();
-      m->worker = CreateWorker(true);
-      if (!m->worker)
-        throw CKorvaException("Block processor: the worker factory returned no worker");
-      RegisterWorkerPrgCnt(m->worker);
-      m->thread = std::thread(&CBlockProcessor::WorkerThread, this, m);
-    }
-    if (manage()) {
-      stopCrew();
+    StartCrew(crew);
+    if (ManageCrew(crew)) {
+      StopCrew(crew);
       std::exception_ptr failure;
       {
         CKorvaCritSectionGuard hold(m_blockLock.get());
@@ -547,7 +559,7 @@ void CBlockProcessor::ParallelBlockProcess() {
       ThrowAbort();
     }
   } catch (...) {
-    stopCrew();
+    StopCrew(crew);
     ReleaseThreadedPrgCnt();
     throw;
   }

@@ -13,6 +13,7 @@
 #include <atomic>
 #include <exception>
 #include <memory>
+#include <vector>
 
 class CProgressCounter;
 class CPrgCntBlocksTreaded;
@@ -194,56 +195,64 @@ class QVMATH_API CBlockProcessor {
   /// @return the progress aggregator of the running threaded pass (null otherwise).
   CPrgCntBlocksTreaded* GetThreadedPrgCnt() const { return m_threadedPrgCnt; }
 
-  /// Resets the hand-out state for a pass: walks the structure once, all blocks pending,
-  /// cursor at the first block, nothing being processed, finished count 0.
-  void OnBlockStructureInit();
-  /// The operations below are called under the block lock.
-  /// @return false when `block` lies before the cursor, is finished or is being processed
-  ///         (or is not a block of the pass); otherwise whether the structure allows it
-  ///         together with every block being processed.
-  bool IsBlockReadyForProcess(Block_iter block);
-  /// @return whether some block from the cursor on is not yet finished.
-  bool HasPotentialJob();
-  /// @return whether some block from the cursor on is ready.
-  bool HasCurrentJob();
-  /// Advances the cursor over finished blocks and hands the first ready block to `worker`
-  /// (`OnBlockProcessStart`).
-  /// @return that block, or `BlockEnd()` when none is ready.
-  Block_iter LockNextBlock(CBlockWorker* worker);
-  /// Takes `block` back from `worker` as finished (`OnBlockProcessFinish`).
-  void UnLockBlock(Block_iter block, CBlockWorker* worker);
-  /// @return the structure's `end()`.
-  Block_iter BlockEnd();
-  /// @return the number of blocks finished in the current pass.
-  int GetFinishedBlockCount() const;
-
-  /// Creates a read section for a new worker (owned by the processor until the worker
-  /// gives it back in its destructor).
-  CKorvaCritSection* AddWorkerReadCriticalSection();
-  /// Takes the block lock, then every worker's read section. Must not be called while
-  /// holding a read section.
-  void LockAllSections();
-  /// Releases what `LockAllSections` took.
-  void UnlockAllSections();
-
-  /// Processes one block with `worker` on the calling thread (a worker thread): extraction,
-  /// `BlockInit`, `BlockInitUnshared`, `ProcessFragment`, `CheckWorkerResult` and, with the
-  /// immediate-modify flag, `FinishBlock` and the application of the changes under all
-  /// sections. Returns early when the abort is raised; the fragment is deleted on every way
-  /// out.
-  /// @throws what `CheckWorkerResult` and the hooks throw.
-  void BlockProcessCore(CBlockWorker& worker, Block_iter block);
-  /// `SingleBlockProcess(block)`, then `ApplyBlockChangesBlockNotExtr(block)`.
-  void SingleBlockProcessAndApply(IKorvaFragmentDescriptor_Old& block);
-  /// Processes the blocks of the pass on the configured number of worker threads, the
-  /// calling thread managing (see the class description).
-  /// @throws as `Run`; no thread is left running afterwards.
-  void ParallelBlockProcess();
-
  private:
   friend class CBlockWorker;
   struct Impl;
   struct CrewMember;
+  class AllSectionsHold;
+  using Crew = std::vector<std::unique_ptr<CrewMember>>;
+
+  // The hand-out machinery of a pass, used by `Run` and the workers.
+  // Resets the hand-out state for a pass: walks the structure once, all blocks pending,
+  // cursor at the first block, nothing being processed, finished count 0.
+  void OnBlockStructureInit();
+  // The operations below are called under the block lock.
+  // @return false when `block` lies before the cursor, is finished or is being processed
+  //         (or is not a block of the pass); otherwise whether the structure allows it
+  //         together with every block being processed.
+  bool IsBlockReadyForProcess(Block_iter block);
+  // @return whether some block from the cursor on is not yet finished.
+  bool HasPotentialJob();
+  // @return whether some block from the cursor on is ready.
+  bool HasCurrentJob();
+  // Advances the cursor over finished blocks and hands the first ready block to `worker`
+  // (`OnBlockProcessStart`).
+  // @return that block, or `BlockEnd()` when none is ready.
+  Block_iter LockNextBlock(CBlockWorker* worker);
+  // Takes `block` back from `worker` as finished (`OnBlockProcessFinish`).
+  void UnLockBlock(Block_iter block, CBlockWorker* worker);
+  // @return the structure's `end()`.
+  Block_iter BlockEnd();
+  // @return the number of blocks finished in the current pass.
+  int GetFinishedBlockCount() const;
+
+  // Creates a read section for a new worker (owned by the processor until the worker
+  // gives it back in its destructor).
+  CKorvaCritSection* AddWorkerReadCriticalSection();
+  // Takes the block lock, then every worker's read section. Must not be called while
+  // holding a read section.
+  void LockAllSections();
+  // Releases what `LockAllSections` took.
+  void UnlockAllSections();
+
+  // Processes one block with `worker` on the calling thread (a worker thread): extraction,
+  // `BlockInit`, `BlockInitUnshared`, `ProcessFragment`, `CheckWorkerResult` and, with the
+  // immediate-modify flag, `FinishBlock` and the application of the changes under all
+  // sections. Returns early when the abort is raised; the fragment is deleted on every way
+  // out.
+  // @throws what `CheckWorkerResult` and the hooks throw.
+  void BlockProcessCore(CBlockWorker& worker, Block_iter block);
+  // `SingleBlockProcess(block)`, then `ApplyBlockChangesBlockNotExtr(block)`.
+  void SingleBlockProcessAndApply(IKorvaFragmentDescriptor_Old& block);
+  // Processes the blocks of the pass on the configured number of worker threads, the
+  // calling thread managing (see the class description).
+  // @throws as `Run`; no thread is left running afterwards.
+  void ParallelBlockProcess();
+
+  void StartCrew(Crew& crew);
+  bool ManageCrew(Crew& crew);
+  bool ReapEndedWorkers(Crew& crew);
+  void StopCrew(Crew& crew);
 
   void RunPass();
   void SerialBlockProcess();
