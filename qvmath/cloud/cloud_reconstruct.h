@@ -80,7 +80,7 @@ struct QVMATH_API CReconstructReport {
 /// another sheet), with weights 1 − |x − v|²/ρ² (ρ the farthest one's distance: a sample
 /// enters and leaves the fit at weight 0, so the result is continuous in v); its normal
 /// becomes the fit's. Over 96 samples this removes the sag and averages the noise: on a
-/// noisy scan the vertices lie about 2.5 times closer to the true surface than without it.
+/// noisy scan the vertices lie about half as far from the true surface as without it.
 /// A vertex stays put when the samples' weighted centre lies half of ρ or more off it in
 /// the tangent plane (past the rim of a hole, where the fit would extrapolate), when fewer
 /// than 6 samples face its way, or when the fit would move it by a cell or more. A triangle
