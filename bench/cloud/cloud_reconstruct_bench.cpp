@@ -74,12 +74,14 @@ void SetEdgeCounters(benchmark::State& st, const CTriangleMesh& m) {
   st.counters["euler"] = double(e.euler);
 }
 
-// Args: the cell size in units of the point spacing, times 10; the blended neighbours.
+// Args: the cell size in units of the point spacing, times 10; the blended neighbours; the
+// samples of the final vertex fit (0: none, the polygonizer's vertices).
 void BM_Reconstruct_QVmath(benchmark::State& st) {
   const CPointCloud& cloud = Scan();
   CReconstructParams p;
   p.spacingFactor = double(st.range(0)) / 10.0;
   p.neighbours = int(st.range(1));
+  p.fitNeighbours = int(st.range(2));
   CTriangleMesh mesh;
   CReconstructReport rep;
   for (auto _ : st) {
@@ -92,7 +94,13 @@ void BM_Reconstruct_QVmath(benchmark::State& st) {
   TruthCounters(st, vs);
   st.counters["sample_mean_dist"] = rep.meanDistance;
 }
-BENCHMARK(BM_Reconstruct_QVmath)->Args({20, 10})->Args({30, 10})->Args({30, 24})->Unit(benchmark::kMillisecond)->Iterations(1);
+BENCHMARK(BM_Reconstruct_QVmath)
+    ->Args({30, 10, 0})
+    ->Args({35, 10, 0})
+    ->Args({35, 10, 64})
+    ->Args({35, 10, 96})
+    ->Args({20, 10, 96})
+    ->Unit(benchmark::kMillisecond)->Iterations(1);
 
 #ifdef QVMATH_BENCH_OPEN3D
 // Arg: the octree depth.

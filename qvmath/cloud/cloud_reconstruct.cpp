@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <qvmath/cloud/cloud_reconstruct.h>
 
+#include <qvmath/analysis/detail/small_spd.h>
 #include <qvmath/cloud/cloud_index.h>
 #include <qvmath/cloud/cloud_planes.h>
 #include <qvmath/cloud/detail/cloud_blocks.h>
@@ -21,6 +22,7 @@ namespace REmath {
 namespace {
 
 constexpr int kMaxNeighbours = 64;
+constexpr int kMaxFit = 128;
 constexpr int kDistanceNeighbours = 8;
 constexpr int kBlockSize = 4096;
 constexpr double kCoverRadius = 1.5;  // in cells
@@ -90,6 +92,90 @@ class CTriangleCollector : public pzProcess::TriangleFunctor {
   std::size_t m_before;
 };
 
+// Moves each mesh vertex onto a weighted least-squares quadric height field over the
+// samples nearest to it (moving least squares), in the frame of its normal, and turns the
+// normal to the quadric's. The tangent-plane blend that placed the vertex averages few
+// samples, so it keeps much of their noise, and it sags by about κ d²/2 over curved
+// surfaces; the quadric fit over more samples averages the noise and follows the
+// curvature. The rules for leaving a vertex alone are those of the header; a move of a
+// cell or more means the quadric does not describe the neighbourhood.
+class CVertexProjectKernel : public detail::IBlockKernel {
+ public:
+  CVertexProjectKernel(const CCloudIndex& index, const std::vector<Point3D>& normals, int k,
+                       double cell, CTriangleMesh& mesh)
+      : m_index(index), m_normals(normals), m_k(k), m_cell(cell), m_mesh(mesh) {}
+
+  void ProcessRange(int begin, int end, int) override {
+    int idx[kMaxFit];
+    float d2[kMaxFit];
+    const Point3D* pts = m_index.SortedPoints();
+    for (int v = begin; v < end; ++v) {
+      Point3D& pos = m_mesh.Vertices()[std::size_t(v)];
+      Point3D& nrm = m_mesh.Normals()[std::size_t(v)];
+      const int n = m_index.KNearestSorted(pos, m_k, idx, d2);
+      if (n < 6) continue;
+      const double o[3] = {pos.x(), pos.y(), pos.z()};
+      double w3[3] = {nrm.x(), nrm.y(), nrm.z()};
+      const double len = std::sqrt(w3[0] * w3[0] + w3[1] * w3[1] + w3[2] * w3[2]);
+      if (!(len > 0.0)) continue;
+      for (double& c : w3) c /= len;
+      // A tangent frame (u, t, w): u along the axis least aligned with w.
+      const int a = std::fabs(w3[0]) <= std::fabs(w3[1])
+                        ? (std::fabs(w3[0]) <= std::fabs(w3[2]) ? 0 : 2)
+                        : (std::fabs(w3[1]) <= std::fabs(w3[2]) ? 1 : 2);
+      double u3[3] = {-w3[a] * w3[0], -w3[a] * w3[1], -w3[a] * w3[2]};
+      u3[a] += 1.0;
+      const double ul = std::sqrt(u3[0] * u3[0] + u3[1] * u3[1] + u3[2] * u3[2]);
+      for (double& c : u3) c /= ul;
+      const double t3[3] = {w3[1] * u3[2] - w3[2] * u3[1], w3[2] * u3[0] - w3[0] * u3[2],
+                            w3[0] * u3[1] - w3[1] * u3[0]};
+      // Weights falling linearly in d² to 0 at the farthest neighbour: a sample enters and
+      // leaves the fit at weight 0, so close vertices (the polygonizer's slivers) get close
+      // fits; a Gaussian cut at the k-th neighbour jumps and turns slivers over.
+      const double inv = 1.0 / (double(d2[n - 1]) > 0.0 ? double(d2[n - 1]) : 1.0);
+      detail::NormalEquations<6> ne;
+      int used = 0;
+      double cu = 0.0, ct = 0.0, sw = 0.0;
+      for (int i = 0; i < n; ++i) {
+        const Point3D& sn = m_normals[std::size_t(idx[i])];
+        if (sn.x() * w3[0] + sn.y() * w3[1] + sn.z() * w3[2] <= 0.0) continue;  // other sheet
+        const Point3D& x = pts[idx[i]];
+        const double d[3] = {x.x() - o[0], x.y() - o[1], x.z() - o[2]};
+        const double pu = d[0] * u3[0] + d[1] * u3[1] + d[2] * u3[2];
+        const double pt = d[0] * t3[0] + d[1] * t3[1] + d[2] * t3[2];
+        const double pw = d[0] * w3[0] + d[1] * w3[1] + d[2] * w3[2];
+        const double row[6] = {1.0, pu, pt, pu * pu, pu * pt, pt * pt};
+        const double w = 1.0 - double(d2[i]) * inv;
+        ne.Add(row, pw, w);
+        cu += w * pu, ct += w * pt, sw += w;
+        ++used;
+      }
+      // Past the rim of a hole the samples lie to one side: their weighted centre is off
+      // the vertex by half the neighbourhood's radius or more, and the fit would extrapolate.
+      if (used < 6 || cu * cu + ct * ct > 0.25 * sw * sw * double(d2[n - 1])) continue;
+      ne.Symmetrise();
+      detail::EquilibratedCholesky<6> ch;
+      ch.Factor(ne.G, 1e-10);
+      double c[6];
+      ch.Solve(ne.r, c);
+      if (!(std::fabs(c[0]) < m_cell)) continue;
+      pos = Point3D(float(o[0] + c[0] * w3[0]), float(o[1] + c[0] * w3[1]),
+                    float(o[2] + c[0] * w3[2]));
+      double g[3];
+      for (int j = 0; j < 3; ++j) g[j] = w3[j] - c[1] * u3[j] - c[2] * t3[j];
+      const double gl = std::sqrt(g[0] * g[0] + g[1] * g[1] + g[2] * g[2]);
+      nrm = Point3D(float(g[0] / gl), float(g[1] / gl), float(g[2] / gl));
+    }
+  }
+
+ private:
+  const CCloudIndex& m_index;
+  const std::vector<Point3D>& m_normals;  // in the index's sorted order
+  int m_k;
+  double m_cell;
+  CTriangleMesh& m_mesh;
+};
+
 // Distance of each sample to the triangles around its nearest mesh vertices.
 class CSampleDistanceKernel : public detail::IBlockKernel {
  public:
@@ -137,6 +223,41 @@ bool Finite(const Point3D& p) {
   return std::isfinite(p.x()) && std::isfinite(p.y()) && std::isfinite(p.z());
 }
 
+// Twice the area vector of triangle t over the positions v.
+Point3D_d AreaVector(const std::vector<Point3D>& v, const std::array<std::int32_t, 3>& t) {
+  const Point3D &a = v[std::size_t(t[0])], &b = v[std::size_t(t[1])], &c = v[std::size_t(t[2])];
+  const double u[3] = {double(b.x()) - a.x(), double(b.y()) - a.y(), double(b.z()) - a.z()};
+  const double w[3] = {double(c.x()) - a.x(), double(c.y()) - a.y(), double(c.z()) - a.z()};
+  return Point3D_d(u[1] * w[2] - u[2] * w[1], u[2] * w[0] - u[0] * w[2],
+                   u[0] * w[1] - u[1] * w[0]);
+}
+
+// The polygonizer leaves slivers (vertices a hair from a lattice corner), which the fit's
+// small differences between close vertices can turn over. Every triangle the fit turned
+// over gets its vertices back where the polygonizer put them, until none is turned over
+// (at worst every vertex is back, which has none).
+void KeepOrientation(const std::vector<Point3D>& placed, const std::vector<Point3D>& placedNormals,
+                     CTriangleMesh& mesh) {
+  std::vector<Point3D>& vs = mesh.Vertices();
+  for (bool changed = true; changed;) {
+    changed = false;
+    for (const auto& t : mesh.Triangles()) {
+      const Point3D_d a = AreaVector(placed, t), b = AreaVector(vs, t);
+      if (a.x() * b.x() + a.y() * b.y() + a.z() * b.z() > 0.0) continue;
+      if (a.x() == 0.0 && a.y() == 0.0 && a.z() == 0.0) continue;  // no orientation to keep
+      for (std::int32_t v : t) {
+        const std::size_t i = std::size_t(v);
+        if (vs[i].x() == placed[i].x() && vs[i].y() == placed[i].y() &&
+            vs[i].z() == placed[i].z())
+          continue;
+        vs[i] = placed[i];
+        mesh.Normals()[i] = placedNormals[i];
+        changed = true;
+      }
+    }
+  }
+}
+
 void SampleDistances(const CTriangleMesh& mesh, const std::vector<Point3D>& samples,
                      const CReconstructParams& params, CReconstructReport& report,
                      CProgressCounter* progress) {
@@ -177,6 +298,8 @@ void ReconstructCloudMesh(const CPointCloud& cloud, const CReconstructParams& pa
   if (!cloud.HasNormals()) Invalid("the cloud has no normals");
   if (params.neighbours < 1 || params.neighbours > kMaxNeighbours)
     Invalid("neighbours must lie in 1..64");
+  if (params.fitNeighbours != 0 && (params.fitNeighbours < 6 || params.fitNeighbours > kMaxFit))
+    Invalid("fitNeighbours must be 0 or lie in 6..128");
   if (!(params.band > std::sqrt(3.0)) || !std::isfinite(params.band))
     Invalid("the band must exceed sqrt(3) cells");
   report = CReconstructReport();
@@ -254,7 +377,7 @@ void ReconstructCloudMesh(const CPointCloud& cloud, const CReconstructParams& pa
     for (int i = 0; i < near.Count(); ++i) covered[std::size_t(near.Index(i))] = 1;
   };
   {
-    CPrgCntSubPhase phase(progress, 0.05, 0.80, CPrgCntSubPhase::PhaseFloat);
+    CPrgCntSubPhase phase(progress, 0.05, 0.70, CPrgCntSubPhase::PhaseFloat);
     const Point3D* sorted = index.SortedPoints();
     for (std::size_t s = 0; s < pos.size(); ++s) {
       if (covered[s]) continue;
@@ -284,6 +407,14 @@ void ReconstructCloudMesh(const CPointCloud& cloud, const CReconstructParams& pa
         mesh.Triangles().push_back({t[0] + offset, t[1] + offset, t[2] + offset});
     }
     poly.freeprocess();
+  }
+  if (params.fitNeighbours > 0 && !mesh.Vertices().empty()) {
+    CPrgCntSubPhase phase(progress, 0.75, 0.10, CPrgCntSubPhase::PhaseFloat);
+    const std::vector<Point3D> placed = mesh.Vertices(), placedNormals = mesh.Normals();
+    CVertexProjectKernel project(index, sortedNormals, params.fitNeighbours, h, mesh);
+    detail::RunBlocks(int(mesh.Vertices().size()), kBlockSize,
+                      detail::ResolveThreadCount(params.nThreads), progress, project);
+    KeepOrientation(placed, placedNormals, mesh);
   }
   report.edges = mesh.EdgeStats();
   CPrgCntSubPhase phase(progress, 0.85, 0.15, CPrgCntSubPhase::PhaseFloat);

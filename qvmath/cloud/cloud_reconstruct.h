@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Surface reconstruction: a closed triangle mesh from a scan with oriented normals, by
-// polygonizing the signed distance to the tangent planes of the nearest samples.
+// polygonizing the signed distance to the tangent planes of the nearest samples and
+// placing the vertices on a local quadric fit of the samples.
 #pragma once
 
 #include <qvmath/cloud/point_cloud.h>
@@ -14,7 +15,8 @@ class CProgressCounter;
 namespace REmath {
 
 /// Parameters of `ReconstructCloudMesh`. Defaults: cell size 2 × `EstimatePointSpacing`,
-/// a band of 3 cells, 10 neighbours, no memory limit, one thread.
+/// a band of 3 cells, 10 blended neighbours, 96 samples per vertex fit, no memory limit,
+/// one thread.
 struct QVMATH_API CReconstructParams {
   /// Edge of the polygonizer's cubes, in the units of the points; <= 0: `spacingFactor`
   /// times the median nearest-neighbour distance of the samples (`EstimatePointSpacing`).
@@ -28,9 +30,12 @@ struct QVMATH_API CReconstructParams {
   double band = 3.0;
   /// Samples whose tangent planes are blended at each evaluation (1..64).
   int neighbours = 10;
+  /// Samples of the quadric fit that finally places each mesh vertex (6..128); 0 keeps
+  /// the vertices where the polygonizer put them.
+  int fitNeighbours = 96;
   /// Largest estimated working memory in bytes; <= 0: no limit.
   std::int64_t maxMemory = 0;
-  /// Worker threads of the sample-to-mesh distances; 1 runs on the calling thread, < 1 one
+  /// Worker threads of the vertex fit and the sample-to-mesh distances; 1 runs on the calling thread, < 1 one
   /// per hardware thread. The polygonization itself is serial.
   int nThreads = 1;
 };
@@ -66,11 +71,26 @@ struct QVMATH_API CReconstructReport {
 /// polygonizer is told to stop, so no surface appears away from the data, and a hole in
 /// the scan wider than the band stays a hole with a boundary instead of a cap.
 ///
+/// Vertex placement: the polygonizer puts each vertex on the zero set of f by bisection
+/// along a lattice edge; f averages only a few samples, so it keeps much of their noise, and
+/// it sags by about κ d²/2 on a surface of curvature κ. Unless `fitNeighbours` is 0, each
+/// vertex v with normal n then moves along n onto the height field z = a + b u + c t +
+/// d u² + e u t + f t² fitted by weighted least squares, in a frame (u, t, n) at v, to its
+/// `fitNeighbours` nearest samples (those whose normal faces away from n are left out:
+/// another sheet), with weights 1 − |x − v|²/ρ² (ρ the farthest one's distance: a sample
+/// enters and leaves the fit at weight 0, so the result is continuous in v); its normal
+/// becomes the fit's. Over 96 samples this removes the sag and averages the noise: on a
+/// noisy scan the vertices lie about half as far from the true surface as without it.
+/// A vertex stays put when the samples' weighted centre lies half of ρ or more off it in
+/// the tangent plane (past the rim of a hole, where the fit would extrapolate), when fewer
+/// than 6 samples face its way, or when the fit would move it by a cell or more. A triangle
+/// the fit would turn over (a sliver by a lattice corner) gets its vertices back.
+///
 /// Polygonization: `pzProcess::polygonize` by continuation, seeded at a sample; when that
 /// piece is done, the samples within 1.5 h of its vertices count as covered and the next
 /// uncovered sample (in Morton order) seeds the next piece, until every sample is covered,
 /// so every connected piece of the scan is found. The mesh's vertices are the polygonizer's
-/// shared vertices with its gradient normals; its triangles are counter-clockwise seen
+/// shared vertices, placed as above, with their normals; its triangles are counter-clockwise seen
 /// from outside. A closed, well-sampled surface gives a closed 2-manifold.
 ///
 /// Memory: the estimate, an upper-side one for random sampling, is about 200 bytes per
@@ -81,12 +101,13 @@ struct QVMATH_API CReconstructReport {
 /// around its 8 nearest mesh vertices (`distancePointTriangle2`), exact for a sample close
 /// to a mesh finer than the sampling, in parallel over `nThreads`.
 ///
-/// Progress: index 0–5%, polygonization 5–85% (against the expected triangle count), the
-/// distances 85–100%.
+/// Progress: index 0–5%, polygonization 5–75% (against the expected triangle count), the
+/// vertex fit 75–85%, the distances 85–100%.
 /// @param[out] mesh replaced by the result; unspecified after an exception.
 /// @param[out] report filled on success; unspecified after an exception.
 /// @throws std::invalid_argument "reconstruct: ..." when the cloud has no normals or breaks
-///         its size invariant, has no usable sample, neighbours is outside 1..64, the band is
+///         its size invariant, has no usable sample, neighbours is outside 1..64, fitNeighbours is neither 0
+///         nor in 6..128, the band is
 ///         not above √3, or the cell size is not finite or cannot be derived (fewer than two
 ///         distinct samples);
 ///         std::length_error "reconstruct: estimated memory of N MB exceeds the limit of M MB"

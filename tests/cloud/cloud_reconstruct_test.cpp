@@ -98,13 +98,19 @@ TEST(CloudReconstruct, Properties_ClosedPiecesOfTheRightTopology) {
     EXPECT_EQ(rep.edges.euler, c.euler);
     EXPECT_EQ(rep.edges.components, c.components);
     EXPECT_EQ(rep.edges.nonManifoldEdges, 0);
-    double worst = 0.0;
-    for (const Point3D& v : mesh.Vertices()) worst = std::max(worst, c.truth(v));
-    // The blend of tangent planes sags by about κ d²/2 over the neighbour distances d (up to
-    // some 1.5 cells); past a rim the planes run straight on for up to a band, so a unit
-    // sphere's surface leaves them by (band·h)²/2 there.
-    const double h = rep.cellSize, rim = c.closed ? 0.0 : 0.5 * std::pow(params.band * h, 2);
-    EXPECT_LT(worst, c.kappa * std::pow(1.5 * h, 2) + rim);
+    double worst = 0.0, mean = 0.0;
+    for (const Point3D& v : mesh.Vertices()) {
+      worst = std::max(worst, c.truth(v));
+      mean += c.truth(v) / double(mesh.Vertices().size());
+    }
+    // The blend of tangent planes alone sags by about κ d²/2 over the neighbour distances d
+    // (up to some 1.5 cells): 10–25% of κ(1.5h)² on average. The quadric fit that places
+    // the vertices follows the curvature and averages the noise: a few % on average, and
+    // on closed surfaces a sixth at worst. Past a rim the vertices stay on the planes, which
+    // run straight on for up to a band: a unit sphere leaves them by (band·h)²/2 there.
+    const double h = rep.cellSize, sag = c.kappa * std::pow(1.5 * h, 2);
+    EXPECT_LT(mean, 0.05 * sag);
+    EXPECT_LT(worst, c.closed ? 0.3 * sag : sag + 0.5 * std::pow(params.band * h, 2));
     // Every sample is near the mesh.
     EXPECT_LE(rep.rmsDistance, rep.maxDistance);
     EXPECT_LT(rep.maxDistance, 0.1 * rep.cellSize);
