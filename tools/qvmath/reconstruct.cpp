@@ -125,11 +125,9 @@ void RunReconstruct(const ReconstructOptions& o, Job& job) {
     REmath::ReconstructCloudMesh(cloud, rp, mesh, rr, &progress);
   } catch (const std::length_error& e) {
     // "reconstruct: estimated memory of ..." told about the input instead.
-    const std::string why = e.what();
-    const std::size_t colon = why.find(": ");
-    throw InputError(job.input + ": " +
-                     (colon == std::string::npos ? why : why.substr(colon + 2)) +
-                     " (--max-memory)");
+    const std::string why = e.what(), prefix = "reconstruct: ";
+    if (why.compare(0, prefix.size() + 9, prefix + "estimated") != 0) throw;
+    throw InputError(job.input + ": " + why.substr(prefix.size()) + " (--max-memory)");
   }
   job.report["timings"]["reconstruct"] = clock.Lap();
 
