@@ -35,17 +35,15 @@ struct DeviationOptions {
 // The histogram as text bars, one line per bin: "[lo, hi)  ####  count"; the end bins also
 // hold the distances beyond the range, and say so with "<" and ">".
 void SayHistogram(const Job& job, const REmath::CDeviationStats& s) {
-  const int most = s.histogram.empty()
-                       ? 0
-                       : *std::max_element(s.histogram.begin(), s.histogram.end());
+  const int most =
+      s.histogram.empty() ? 0 : *std::max_element(s.histogram.begin(), s.histogram.end());
   const int bins = static_cast<int>(s.histogram.size());
   const double w = (s.histogramMax - s.histogramMin) / bins;
   constexpr int kWidth = 40;
   for (int b = 0; b < bins; ++b) {
     const int count = s.histogram[std::size_t(b)];
     const int len = most ? static_cast<int>(std::lround(double(count) * kWidth / most)) : 0;
-    const std::string bar = std::string(std::size_t(len), '#') +
-                            (count > 0 && len == 0 ? "." : "");
+    const std::string bar = std::string(std::size_t(len), '#') + (count > 0 && len == 0 ? "." : "");
     job.Say("  %s%+10.3e, %+10.3e%s %-*s %d", b == 0 ? "<" : "[", s.histogramMin + b * w,
             s.histogramMin + (b + 1) * w, b == bins - 1 ? ">" : ")", kWidth, bar.c_str(), count);
   }
@@ -98,8 +96,8 @@ void RunDeviation(const DeviationOptions& o, Job& job) {
   if (!o.png.empty()) {
     SplatView view;
     std::vector<unsigned char> rgb;
-    RenderSplats(cloud.Positions(), colours, cloud.HasNormals() ? &cloud.Normals() : nullptr,
-                 view, rgb);
+    RenderSplats(cloud.Positions(), colours, cloud.HasNormals() ? &cloud.Normals() : nullptr, view,
+                 rgb);
     pngFile = std::make_unique<OutputFile>(o.png);
     try {
       WritePng(pngFile->TempPath(), view.width, view.height, rgb);
@@ -135,10 +133,10 @@ void RunDeviation(const DeviationOptions& o, Job& job) {
   range.Push(double(lo));
   range.Push(double(hi));
 
-  job.Say("%s: %d points against %s (%d triangles), %d threads", job.input.c_str(),
-          cloud.Size(), o.meshPath.c_str(), mesh.TriangleCount(), job.threads);
-  job.Say("  signed distance: mean %.4g, RMS %.4g, max |d| %.4g (from %.4g to %.4g)", s.mean,
-          s.rms, s.maxAbs, s.minSigned, s.maxSigned);
+  job.Say("%s: %d points against %s (%d triangles), %d threads", job.input.c_str(), cloud.Size(),
+          o.meshPath.c_str(), mesh.TriangleCount(), job.threads);
+  job.Say("  signed distance: mean %.4g, RMS %.4g, max |d| %.4g (from %.4g to %.4g)", s.mean, s.rms,
+          s.maxAbs, s.minSigned, s.maxSigned);
   if (s.invalidCount) job.Say("  %d points not measured (non-finite coordinates)", s.invalidCount);
   if (o.toleranceGiven)
     job.Say("  within +-%g: %.2f %% of the points", double(o.tolerance), 100 * s.withinTolerance);
@@ -165,21 +163,18 @@ void AddDeviationCommand(CLI::App& app, Runner& run) {
   sub->add_option("-o,--output", o->common.output,
                   "Output cloud with the field deviation and colours (.ply or .xyz)")
       ->required();
-  CLI::Option* tol =
-      sub->add_option("--tolerance", o->tolerance,
-                      "Report the share of points with |deviation| <= this")
-          ->check(CLI::NonNegativeNumber);
+  CLI::Option* tol = sub->add_option("--tolerance", o->tolerance,
+                                     "Report the share of points with |deviation| <= this")
+                         ->check(CLI::NonNegativeNumber);
   sub->add_option("--range", o->range,
                   "Colour and histogram range LO HI (default: symmetric about 0, out to the "
                   "98th percentile of |deviation|)")
       ->expected(2);
-  sub->add_option("--bins", o->bins, "Histogram bins")->default_val(16)->check(
-      CLI::Range(1, 1000));
+  sub->add_option("--bins", o->bins, "Histogram bins")->default_val(16)->check(CLI::Range(1, 1000));
   sub->add_option("--png", o->png, "Also write a picture of the coloured cloud");
   sub->add_option("--report", o->common.report, "Write a JSON report");
   sub->add_flag("-q,--quiet", o->common.quiet, "No progress bar and no summary lines");
-  sub->add_option("-j,--threads", o->common.threads,
-                  "Worker threads (0: one per hardware thread)")
+  sub->add_option("-j,--threads", o->common.threads, "Worker threads (0: one per hardware thread)")
       ->default_val(0)
       ->check(CLI::NonNegativeNumber);
   sub->add_flag("--ascii", o->common.ascii, "Write ASCII PLY instead of binary little-endian");

@@ -133,9 +133,9 @@ void RunReconstruct(const ReconstructOptions& o, Job& job) {
 
   OutputFile file(job.output);
   try {
-    REmath::WritePlyMeshFile(file.TempPath(), mesh,
-                             job.ascii ? REmath::EPlyEncoding::Ascii
-                                       : REmath::EPlyEncoding::BinaryLittleEndian);
+    REmath::WritePlyMeshFile(
+        file.TempPath(), mesh,
+        job.ascii ? REmath::EPlyEncoding::Ascii : REmath::EPlyEncoding::BinaryLittleEndian);
   } catch (const REmath::ECloudFileError& e) {
     const std::string why = e.what();
     const std::size_t colon = why.rfind(": ");
@@ -172,9 +172,8 @@ void RunReconstruct(const ReconstructOptions& o, Job& job) {
 
   job.Say("%s: %d points, %s, %d threads", job.input.c_str(), cloud.Size(), normalsHow.c_str(),
           job.threads);
-  job.Say("  cell size %.6g (%s), point spacing %.6g; band %g cells, %d neighbours",
-          rr.cellSize, o.cell > 0 ? "--cell" : "2 x point spacing", usedSpacing, o.band,
-          o.neighbours);
+  job.Say("  cell size %.6g (%s), point spacing %.6g; band %g cells, %d neighbours", rr.cellSize,
+          o.cell > 0 ? "--cell" : "2 x point spacing", usedSpacing, o.band, o.neighbours);
   job.Say("  mesh: %d vertices, %d triangles, %d component%s, %s, Euler characteristic %lld",
           mesh.VertexCount(), mesh.TriangleCount(), e.components, e.components == 1 ? "" : "s",
           e.closed ? "closed" : "not closed", static_cast<long long>(e.euler));
@@ -196,8 +195,9 @@ void AddReconstructCommand(CLI::App& app, Runner& run) {
       "when the file has none");
   AddCommonOptions(*sub, o->common, true, false);
   sub->add_flag("--ascii", o->common.ascii, "Write ASCII PLY instead of binary little-endian");
-  sub->add_option("--cell", o->cell, "Edge of the polygonizer's cells (default: 2 x the median "
-                                     "point spacing)")
+  sub->add_option("--cell", o->cell,
+                  "Edge of the polygonizer's cells (default: 2 x the median "
+                  "point spacing)")
       ->check(CLI::PositiveNumber);
   sub->add_option("--band", o->band,
                   "Half-width in cells of the band around the samples where the surface may "
@@ -214,7 +214,7 @@ void AddReconstructCommand(CLI::App& app, Runner& run) {
                 "Estimate and orient normals even when the file has them");
   sub->add_option("--max-memory", o->maxMemory,
                   "Refuse a scan whose estimated working memory exceeds this, before any work; "
-                  "bytes or with a unit K, M, G, T (powers of 1024), e.g. 512M, 2G")
+                  "bytes or with a unit K, M, G, T (powers of 1024), e.g. 512M, 2G; 0: no limit")
       ->check(CLI::Validator(
           [](std::string& s) {
             return ParseSize(s) < 0 ? "not a size (bytes, or a number with K, M, G or T)"
