@@ -37,6 +37,11 @@ void RampColours(const std::vector<float>& values, bool symmetric,
     hi = at(0.98);
     lo = symmetric ? -hi : at(0.02);
   }
+  RampColoursInRange(values, lo, hi, colours);
+}
+
+void RampColoursInRange(const std::vector<float>& values, float lo, float hi,
+                        std::vector<std::uint32_t>& colours) {
   const float span = hi > lo ? hi - lo : 1.0f;
   colours.resize(values.size());
   for (std::size_t i = 0; i < values.size(); ++i)

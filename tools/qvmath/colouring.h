@@ -20,6 +20,11 @@ std::uint32_t LabelColour(int label);
 void RampColours(const std::vector<float>& values, bool symmetric,
                  std::vector<std::uint32_t>& colours, float& lo, float& hi);
 
+/// Colours `values` on the ramp over the given range [lo, hi] (values beyond it take the
+/// end colours); NaN values are grey.
+void RampColoursInRange(const std::vector<float>& values, float lo, float hi,
+                        std::vector<std::uint32_t>& colours);
+
 /// The colour of unit normal n: (n + 1)/2 as red, green, blue.
 std::uint32_t NormalColour(const REmath::Point3D& n);
 

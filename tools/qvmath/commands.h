@@ -19,5 +19,7 @@ void AddCurvatureCommand(CLI::App& app, Runner& run);
 void AddPlanesCommand(CLI::App& app, Runner& run);
 void AddPreviewCommand(CLI::App& app, Runner& run);
 void AddSampleCommand(CLI::App& app, Runner& run);
+void AddReconstructCommand(CLI::App& app, Runner& run);
+void AddDeviationCommand(CLI::App& app, Runner& run);
 
 }  // namespace qvtool

@@ -55,6 +55,10 @@ void InstallInterruptHandling() {
   sigemptyset(&sa.sa_mask);
   sa.sa_flags = SA_RESTART;
   sigaction(SIGINT, &sa, nullptr);
+  // Under a file size limit a write past it raises SIGXFSZ, whose default action ends the
+  // process and leaves the temporary behind; ignored, the write fails with EFBIG and the
+  // run ends like any failed write.
+  signal(SIGXFSZ, SIG_IGN);
 }
 
 bool Interrupted() { return g_interrupted.load(); }

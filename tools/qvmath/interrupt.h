@@ -7,7 +7,8 @@ namespace qvtool {
 
 /// Creates the stop event, installs a SIGINT handler and starts the thread that acts on it.
 /// The first SIGINT signals the stop event; a second one removes the registered
-/// temporaries and ends the process with exit code 130 at once.
+/// temporaries and ends the process with exit code 130 at once. SIGXFSZ is ignored, so that
+/// a write beyond a file size limit fails as a full disk does instead of ending the process.
 void InstallInterruptHandling();
 
 /// @return whether a SIGINT has arrived.

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// `qvmath`: normals, curvatures and planes of scanned point clouds from the command line,
-// a thin shell over the library's cloud layer.
+// `qvmath`: normals, curvatures, planes, meshes and mesh deviations of scanned point clouds
+// from the command line, a thin shell over the library's cloud layer.
 #include <CLI/CLI.hpp>
 #include <cstdio>
 
@@ -12,7 +12,7 @@ int main(int argc, char** argv) {
   qvtool::InstallInterruptHandling();
 
   CLI::App app{
-      "qvmath: normals, curvatures and planes of scanned point clouds.\n"
+      "qvmath: normals, curvatures, planes, meshes and deviations of scanned point clouds.\n"
       "Exit codes: 0 success, 1 an output could not be written, 2 an input is "
       "unreadable, malformed or unusable (the other inputs still run), 130 "
       "interrupted (no output is left behind), 100 and up: command-line errors."};
@@ -26,6 +26,8 @@ int main(int argc, char** argv) {
   qvtool::AddPlanesCommand(app, run);
   qvtool::AddPreviewCommand(app, run);
   qvtool::AddSampleCommand(app, run);
+  qvtool::AddReconstructCommand(app, run);
+  qvtool::AddDeviationCommand(app, run);
   bool quiet = false;
   try {
     app.parse(argc, argv);
