@@ -291,6 +291,27 @@ void SampleDistances(const CTriangleMesh& mesh, const std::vector<Point3D>& samp
 
 }  // namespace
 
+namespace {
+
+// Triangles expected from n samples of median spacing s at cell size h. The area of a
+// randomly sampled surface from the median nearest distance s: for a Poisson process of
+// density ρ the median is √(ln 2 / (π ρ)), so the area is N s² π / ln 2 ≈ 4.53 N s². The
+// six tetrahedra per cube make about 9 triangles per area h² (measured on spheres).
+double ExpectedTriangles(double n, double spacing, double h) {
+  const double sp = spacing > 0.0 ? spacing : h;
+  return std::max(1.0, 10.0 * n * sp * sp * 4.53 / (h * h));
+}
+
+}  // namespace
+
+std::int64_t EstimateReconstructBytes(int samples, double spacing, double cellSize) {
+  constexpr std::int64_t kSaturated = 9000000000000000000;
+  if (!(cellSize > 0.0) || !std::isfinite(cellSize)) return kSaturated;
+  const double n = std::max(0, samples);
+  const double bytes = 200.0 * ExpectedTriangles(n, spacing, cellSize) + 100.0 * n;
+  return bytes > 9e18 ? kSaturated : std::int64_t(bytes);
+}
+
 void ReconstructCloudMesh(const CPointCloud& cloud, const CReconstructParams& params,
                           CTriangleMesh& mesh, CReconstructReport& report,
                           CProgressCounter* progress) {
@@ -342,14 +363,8 @@ void ReconstructCloudMesh(const CPointCloud& cloud, const CReconstructParams& pa
   }
   report.cellSize = h;
 
-  // Area of a randomly sampled surface from the median nearest distance s: for a Poisson
-  // process of density ρ the median is √(ln 2 / (π ρ)), so the area is N s² π / ln 2.
-  // The six tetrahedra per cube make about 9 triangles per area h² (measured on spheres).
-  const double n = double(pos.size());
-  const double sp = spacing > 0.0 ? spacing : h;
-  const double expectedTriangles = std::max(1.0, 10.0 * n * sp * sp * 4.53 / (h * h));
-  const double bytes = 200.0 * expectedTriangles + 100.0 * n;
-  report.estimatedBytes = bytes > 9e18 ? std::int64_t(9e18) : std::int64_t(bytes);
+  report.estimatedBytes = EstimateReconstructBytes(int(pos.size()), spacing, h);
+  const double expectedTriangles = ExpectedTriangles(double(pos.size()), spacing, h);
   if (params.maxMemory > 0 && report.estimatedBytes > params.maxMemory)
     throw std::length_error("reconstruct: estimated memory of " +
                             std::to_string((report.estimatedBytes + (1 << 20) - 1) >> 20) +

@@ -61,6 +61,13 @@ struct QVMATH_API CReconstructReport {
   double maxDistance = 0.0;
 };
 
+/// The working-memory estimate `ReconstructCloudMesh` checks against `maxMemory`, in bytes:
+/// 200 bytes per expected triangle (about 10 per area h² of a randomly sampled surface of
+/// 4.53·N·s², s the median nearest-neighbour spacing; h when s <= 0) plus 100 bytes per
+/// sample. For hosts that want to refuse a job before preparing its normals. Saturates at
+/// 9e18; a non-positive cell size gives that saturated value.
+QVMATH_API std::int64_t EstimateReconstructBytes(int samples, double spacing, double cellSize);
+
 /// Reconstructs a triangle mesh into `mesh` from the samples of `cloud` and their normals,
 /// which must be consistently oriented (toward the outside; `OrientCloudNormals`).
 ///

@@ -83,15 +83,11 @@ void RunReconstruct(const ReconstructOptions& o, Job& job) {
   const double cell = o.cell > 0 ? o.cell : 2.0 * spacing;
   job.report["timings"]["index"] = clock.Lap();
 
-  // The limit is checked here, before the normals are estimated, with the estimate that
-  // ReconstructCloudMesh documents (200 bytes per expected triangle, 10 triangles per cell
-  // area over a surface of 4.5 N s², 100 bytes per sample), over every finite point; the
-  // library checks it again over the samples it uses.
+  // The limit is checked here, before the normals are estimated, with the library's own
+  // estimate over every finite point; the library checks it again over the samples it uses.
   const double limit = o.maxMemory.empty() ? 0 : ParseSize(o.maxMemory);
   if (limit > 0 && cell > 0) {
-    const double n = finite;
-    const double s = spacing > 0 ? spacing : cell;
-    const double bytes = 200.0 * std::max(1.0, 10.0 * n * s * s * 4.5 / (cell * cell)) + 100.0 * n;
+    const double bytes = double(REmath::EstimateReconstructBytes(int(finite), spacing, cell));
     if (bytes > limit)
       throw InputError(job.input + ": estimated memory of " + Megabytes(bytes) +
                        " exceeds the limit of " + Megabytes(limit) + " (--max-memory)");
