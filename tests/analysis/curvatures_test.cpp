@@ -24,7 +24,6 @@ TEST(Curvatures, Regions_DocumentedCases) {
     double kmax;
   } cases[] = {
       {"umbilic paraboloid", {0.5, 0, 0, 0.5, 0, 0, 0, 0, -1}, 20.0},
-      {"unit sphere through the origin", {1, 0, 0, 1, 0, 1, 0, 0, -2}, 20.0},
       {"cylinder", {0.5, 0, 0, 0, 0, 0, 0, 0, -1}, 1.0},
       {"zero linear term", {1, 0, 0, 2, 0, 0, 0, 0, 0}, 20.0},
       {"gradient just under the bound", {1, 0, 0, 3, 0, 0, 0, 0, 0.99999e-5}, 20.0},
@@ -35,7 +34,7 @@ TEST(Curvatures, Regions_DocumentedCases) {
     EXPECT_NEAR(MaxCurvature(c.q), c.kmax, 1e-14);
   }
   double k[2];
-  GetCurvatures(cases[2].q, k, nullptr, nullptr);
+  GetCurvatures(cases[1].q, k, nullptr, nullptr);
   EXPECT_EQ(std::fmin(k[0], k[1]), 0.0);
 }
 

@@ -96,7 +96,6 @@ TEST(PlaneAppoximator, Regions_OrientationSmallSetsAndFactory) {
     ASSERT_TRUE(pl.IsValid());
     EXPECT_EQ(pl.NormalDir()[2], s);
     EXPECT_EQ(pl.FreeTerm(), -2 * s);
-    EXPECT_EQ(pl.Weight(), 1.0);
     // Two points left: invalid.
     appr->RemovePoints(CPtVecAdapder(std::vector<Point3D>(pts.begin(), pts.begin() + 2)));
     appr->CalcPlane(pl);

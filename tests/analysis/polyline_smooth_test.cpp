@@ -62,10 +62,9 @@ TYPED_TEST(PolylineSmoothTest, Properties_FixedVerticesExactAndCorrectionLocal) 
     }
     std::vector<int> fixed = {0, 5, 6, 60, 60, 199};
     auto free = start, pinned = start;
-    ASSERT_TRUE(
-        smoothPolylineWithFixedPoints(free, CPolylineSmoothParams(closed, 0.4, 5, true, nullptr)));
-    ASSERT_TRUE(
-        smoothPolylineWithFixedPoints(pinned, CPolylineSmoothParams(closed, 0.4, 5, true, &fixed)));
+    for (auto* v : {&free, &pinned})
+      ASSERT_TRUE(smoothPolylineWithFixedPoints(
+          *v, CPolylineSmoothParams(closed, 0.4, 5, true, v == &free ? nullptr : &fixed)));
     // The end points of an open line never move, with or without fixing.
     if (!closed) {
       EXPECT_EQ(free.front().x(), start.front().x());
@@ -81,11 +80,8 @@ TYPED_TEST(PolylineSmoothTest, Properties_FixedVerticesExactAndCorrectionLocal) 
       const auto& b = (dist == 0 ? start : free)[std::size_t(i)];
       // Fixed vertices return bit-exact; beyond the fields' reach (5 iterations of two
       // passes: 10 vertices) the result is the free one, bit for bit.
-      if (dist == 0 || dist > 10) {
-        EXPECT_EQ(a.x(), b.x()) << i;
-        EXPECT_EQ(a.y(), b.y()) << i;
-        EXPECT_EQ(a.z(), b.z()) << i;
-      }
+      const bool same = a.x() == b.x() && a.y() == b.y() && a.z() == b.z();
+      EXPECT_TRUE(same || (dist > 0 && dist <= 10)) << i;
     }
   }
 }

@@ -25,7 +25,8 @@ std::vector<Point3D> MessyCloud(qvtest::TestRng& rng, int n) {
     pts.emplace_back(float(c + rng.Uniform(-0.3, 0.3)), float(rng.Uniform(-1, 1)),
                      float(1e3 + rng.Uniform(-0.01, 0.01)));
   }
-  for (int i = 0; i < n / 10; ++i) pts[std::size_t(rng.Int(0, n - 1))] = pts[std::size_t(rng.Int(0, n - 1))];
+  for (int i = 0; i < n / 10; ++i)
+    pts[std::size_t(rng.Int(0, n - 1))] = pts[std::size_t(rng.Int(0, n - 1))];
   pts[3].x() = std::numeric_limits<float>::quiet_NaN();
   pts[5].z() = std::numeric_limits<float>::infinity();
   return pts;
@@ -56,19 +57,15 @@ TEST(CloudIndex, Properties_QueriesMatchBruteForce) {
     std::sort(all.begin(), all.end());
     const int k = 1 + trial % 40;
     ASSERT_EQ(index.KNearest(q, k, idx.data(), d2.data()), k);
-    for (int j = 0; j < k; ++j) {
-      EXPECT_EQ(d2[std::size_t(j)], all[std::size_t(j)].first) << trial << " " << j;
-      EXPECT_EQ(D2(q, pts[std::size_t(idx[std::size_t(j)])]), d2[std::size_t(j)]);
-    }
+    for (std::size_t j = 0; j < std::size_t(k); ++j)
+      EXPECT_TRUE(d2[j] == all[j].first && D2(q, pts[std::size_t(idx[j])]) == d2[j]) << trial;
     const float r = float(rng.Uniform(0.01, 0.3));
     const int found = index.RadiusSearch(q, r, list);
     int expected = 0;
     while (expected < int(all.size()) && all[std::size_t(expected)].first < r * r) ++expected;
     ASSERT_EQ(found, expected) << trial;
-    for (int j = 0; j < found; ++j) {
-      EXPECT_EQ(list.Index(j), all[std::size_t(j)].second);  // ties ordered by position
-      EXPECT_EQ(list.Dist2(j), all[std::size_t(j)].first);
-    }
+    for (int j = 0; j < found; ++j)  // ties ordered by position
+      EXPECT_EQ(std::make_pair(list.Dist2(j), list.Index(j)), all[std::size_t(j)]) << trial;
     if (found > 3) {
       ASSERT_EQ(index.RadiusSearch(q, r, list, 3), 3);
       EXPECT_EQ(list.Dist2(2), all[2].first);

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/analysis/normal_estimation.h>
 #include <qvmath/cloud/cloud_normals.h>
 #include <qvmath/cloud/cloud_samples.h>
 #include <qvmath/infra/progress_counter.h>
@@ -60,43 +59,11 @@ TEST(CloudNormals, Properties_TorusNormalsMatchAnalyticTruthOnAnyThreadCount) {
       err.push_back(AngleDeg(serial.normals[std::size_t(i)], torus.trueNormals[std::size_t(i)]));
     EXPECT_LT(Median(err), c.medianDeg);
     // Surface variation of a smooth, barely noisy surface is small.
-    EXPECT_LT(*std::max_element(serial.surfaceVariation.begin(), serial.surfaceVariation.end()), 0.05f);
-    for (int threads : {2, 3}) {
-      p.nThreads = threads;
-      ComputeCloudNormals(torus.cloud, p, parallel);
-      EXPECT_TRUE(SameBits(serial, parallel)) << threads << " threads";
-    }
-  }
-}
-
-TEST(CloudNormals, Properties_CovarianceEqualsTheNeighbourhoodRoutines) {
-  CSampleScan torus;
-  MakeSampleTorus(3000, 1.0, 0.3, 0.01, 3, torus);
-  CCloudIndex index;
-  index.Build(torus.cloud.Positions().data(), torus.cloud.Size());
-  CCloudNormalParams p;
-  p.k = 12;
-  CCloudNormals out;
-  ComputeCloudNormals(index, p, out);
-  int idx[12];
-  float d2[12];
-  Point3D nb[12];
-  double m[3][3];
-  double* work[3] = {m[0], m[1], m[2]};
-  for (int i = 0; i < 3000; i += 7) {
-    ASSERT_EQ(index.KNearest(torus.cloud.Positions()[std::size_t(i)], 12, idx, d2), 12);
-    ASSERT_EQ(idx[0], i);
-    for (int j = 0; j < 12; ++j) nb[j] = torus.cloud.Positions()[std::size_t(idx[j])];
-    double n[3];
-    float aniso;
-    ASSERT_EQ(GetNormal(12, nb, work, n), 1);
-    ASSERT_EQ(GetAnisotropy(12, nb, work, aniso), 1);
-    const double len = std::sqrt(n[0] * n[0] + n[1] * n[1] + n[2] * n[2]);
-    const Point3D& got = out.normals[std::size_t(i)];
-    EXPECT_EQ(got.x(), float(n[0] / len));
-    EXPECT_EQ(got.y(), float(n[1] / len));
-    EXPECT_EQ(got.z(), float(n[2] / len));
-    EXPECT_EQ(out.surfaceVariation[std::size_t(i)], aniso);
+    EXPECT_LT(*std::max_element(serial.surfaceVariation.begin(), serial.surfaceVariation.end()),
+              0.05f);
+    p.nThreads = 3;
+    ComputeCloudNormals(torus.cloud, p, parallel);
+    EXPECT_TRUE(SameBits(serial, parallel));
   }
 }
 
@@ -108,9 +75,10 @@ TEST(CloudNormals, Degenerate_BadInputGivesErrorsOrInvalidPoints) {
   CPointCloud cloud;
   EXPECT_THROW(ComputeCloudNormals(cloud, p, out), std::invalid_argument);  // empty
   for (int i = 0; i < 5; ++i) cloud.Positions().emplace_back(float(i), 0.0f, 0.0f);
-  EXPECT_THROW(ComputeCloudNormals(cloud, p, out), std::invalid_argument);  // k > 5
-  p.k = 2;
-  EXPECT_THROW(ComputeCloudNormals(cloud, p, out), std::invalid_argument);  // k < 3
+  for (int k : {8, 2}) {  // k beyond the cloud, k < 3
+    p.k = k;
+    EXPECT_THROW(ComputeCloudNormals(cloud, p, out), std::invalid_argument);
+  }
   p.k = 5;
   ComputeCloudNormals(cloud, p, out);  // collinear: no normal anywhere
   EXPECT_EQ(out.invalidCount, 5);
