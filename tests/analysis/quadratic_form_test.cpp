@@ -40,6 +40,20 @@ TEST(QuadraticForm, Regions_CalculateZByXY) {
       EXPECT_LE(std::fabs(z1), std::fabs(z2));
     }
   }
+  // Property: every root returned solves f(x, y, z) = 0, for random forms with and
+  // without the z² term (a = 0 takes the linear branch).
+  qvtest::TestRng rng(41);
+  for (int trial = 0; trial < 400; ++trial) {
+    double c[10];
+    for (double& v : c) v = rng.Uniform(-1, 1);
+    if (trial % 2) c[2] = 0;
+    const CQuadraticForm f = CQuadraticForm::buildFromCoeffArray(10, c);
+    const double x = rng.Uniform(-2, 2), y = rng.Uniform(-2, 2);
+    double z[2] = {NAN, NAN};
+    const int r = f.calculateZByXY(x, y, z[0], z[1]);
+    for (int k = 0; k < (r == 6 ? 2 : r == 2 ? 1 : 0); ++k)
+      EXPECT_NEAR(f.eval(Point3D_d(x, y, z[k])), 0.0, 1e-9 * (1 + z[k] * z[k])) << trial;
+  }
   // The sphere's roots ±1 tie in size; sorted by gradient, z1 is the one facing dir.
   for (double s : {1.0, -1.0}) {
     double z1, z2;

@@ -67,7 +67,10 @@ TEST(CloudDeviation, Properties_EqualsBruteForce) {
                                           float(rng.Uniform(-1.2, 1.2)),
                                           float(rng.Uniform(-1.2, 1.2))));
     cloud.Positions().push_back(mesh.Vertices()[5]);  // on the mesh: distance +0
+    // Not finite in one coordinate each: no distance.
     cloud.Positions().push_back(Point3D(kNaN, 0, 0));
+    cloud.Positions().push_back(Point3D(0, kNaN, 0));
+    cloud.Positions().push_back(Point3D(0, 0, std::numeric_limits<float>::infinity()));
     CCloudDeviation out;
     CDeviationParams params;
     ComputeCloudDeviation(cloud, mesh, params, out);
@@ -75,7 +78,7 @@ TEST(CloudDeviation, Properties_EqualsBruteForce) {
       const float* p = cloud.Positions()[std::size_t(i)].asArray();
       float best = std::numeric_limits<float>::infinity(), foot[3] = {kNaN, kNaN, kNaN};
       int bestT = -1;
-      for (int t = 0; t < mesh.TriangleCount() && !std::isnan(p[0]); ++t) {
+      for (int t = 0; t < mesh.TriangleCount() && std::isfinite(p[0] + p[1] + p[2]); ++t) {
         const auto& tri = mesh.Triangles()[std::size_t(t)];
         const float* c[3];
         for (int k = 0; k < 3; ++k)
@@ -102,7 +105,7 @@ TEST(CloudDeviation, Properties_EqualsBruteForce) {
       }
       EXPECT_TRUE(best > 0 || !std::signbit(d)) << "point " << i;
     }
-    EXPECT_EQ(out.stats.invalidCount, 1);
+    EXPECT_EQ(out.stats.invalidCount, 3);
   }
 }
 

@@ -30,6 +30,11 @@ void Find(const CPointCloud& cloud, const CCloudPlaneParams& p, Found& f) {
 TEST(CloudPlanes, Properties_NoisyBoxGivesSixFacesOnAnyThreadCount) {
   CSampleScan box;
   MakeSampleBox(60000, 2.0, 1.0, 1.5, 0.002, 8, box);
+  // Uniform over the surface: each face holds its share of the area 13 (within ~6 sigma).
+  const double area[3] = {1.0 * 1.5, 2.0 * 1.5, 2.0 * 1.0};
+  for (int f = 0; f < 6; ++f)
+    EXPECT_NEAR(double(std::count(box.trueFace.begin(), box.trueFace.end(), f)) / 60000.0,
+                area[f / 2] / 13.0, 0.01) << f;
   CCloudPlaneParams p;
   Found one, two;
   Find(box.cloud, p, one);
