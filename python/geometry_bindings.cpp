@@ -30,7 +30,7 @@ using REmath::Point3D_d;
 class CPySurface : public pzProcess::SurfaceFunctor {
  public:
   CPySurface(py::object f, bool batch, double size)
-      : m_f(std::move(f)), m_batch(batch), m_delta(size / 100) {}
+      : m_f(std::move(f)), m_batch(batch), m_size(size), m_delta(size / 100) {}
   double operator()(const Point3D_d& p, int*) const override {
     if (!m_batch) return m_f(p.x(), p.y(), p.z()).cast<double>();
     const bool vertex = FollowsBisection(p);
@@ -73,14 +73,15 @@ class CPySurface : public pzProcess::SurfaceFunctor {
     // Ten bisections of a lattice edge (length size, size √2 or size √3) leave a last step
     // of 2⁻¹¹ of its length; that tells the vertex from a bisection step that merely
     // continues a halving run begun at one of the edge's corners.
-    const double e = ss * 4194304.0 / (m_delta * m_delta * 1e4);  // (|s| 2¹¹ / size)²
+    const double e = ss * 4194304.0 / (m_size * m_size);  // (|s| 2¹¹ / size)²
     const double r = std::round(e);
     return m_run >= 9 && r >= 1 && r <= 3 && std::fabs(e - r) <= 1e-6;
   }
 
   py::object m_f;
   bool m_batch;
-  double m_delta;
+  double m_size;
+  double m_delta;  // the polygonizer's finite-difference step, computed as it does
   mutable int m_cached = 0;
   mutable Point3D_d m_points[4];
   mutable double m_values[4] = {0, 0, 0, 0};
