@@ -66,7 +66,8 @@ py::array_t<bool> ToBoolArray(const std::vector<unsigned char>& flags);
 void RunCancellable(const py::object& progress,
                     const std::function<void(CProgressCounter* counter)>& work);
 
-/// Registers the cloud functions (read, write, normals, curvature, planes, sample_torus).
+/// Registers the cloud functions (read, write, normals, curvature, planes, reconstruct,
+/// sample_torus).
 void BindCloud(py::module_& m);
 /// Registers the geometry functions (polygonize, distance_to_triangles, distance_to_segments).
 void BindGeometry(py::module_& m);

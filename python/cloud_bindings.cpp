@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Bindings of the point-cloud layer: files, normals and their orientation, curvature,
-// planes, and the synthetic torus scan.
+// planes, surface reconstruction, and the synthetic torus scan.
 #include "bind_common.h"
 
 #include <qvmath/cloud/cloud_curvature.h>
@@ -9,6 +9,7 @@
 #include <qvmath/cloud/cloud_normals.h>
 #include <qvmath/cloud/cloud_orientation.h>
 #include <qvmath/cloud/cloud_planes.h>
+#include <qvmath/cloud/cloud_reconstruct.h>
 #include <qvmath/cloud/cloud_samples.h>
 #include <qvmath/cloud/point_cloud.h>
 #include <qvmath/infra/progress_counter.h>
@@ -329,6 +330,69 @@ py::tuple Planes(const py::handle& points, const py::object& normals, const py::
                         out.distance);
 }
 
+py::tuple Reconstruct(const py::handle& points, const py::object& normals, const py::object& cell,
+                      double band, int neighbours, const py::object& maxMemory, int threads,
+                      const py::object& progress) {
+  CPointsView pts(points, "points");
+  REmath::CPointCloud cloud;
+  cloud.Positions().assign(pts.data(), pts.data() + pts.Size());
+  std::vector<unsigned char> valid;
+  if (!normals.is_none()) GivenNormals(normals, pts.Size(), cloud.Normals(), valid);
+  REmath::CReconstructParams params;
+  if (!cell.is_none()) {
+    params.cellSize = cell.cast<double>();
+    // The library reads a cell <= 0 as "derive it"; here None says that.
+    if (!(params.cellSize > 0) || !std::isfinite(params.cellSize))
+      throw py::value_error("cell must be positive and finite, or None");
+  }
+  params.band = band;
+  params.neighbours = neighbours;
+  if (!maxMemory.is_none()) {
+    params.maxMemory = maxMemory.cast<std::int64_t>();
+    if (params.maxMemory <= 0) throw py::value_error("max_memory must be positive, or None");
+  }
+  params.nThreads = Threads(threads);
+  REmath::CTriangleMesh mesh;
+  REmath::CReconstructReport report;
+  RunCancellable(progress, [&](CProgressCounter* counter) {
+    double a = 0.0;
+    if (normals.is_none()) {
+      // Normals as normals(points, orient="mst") gives them; invalid ones stay (0, 0, 0),
+      // which the reconstruction skips.
+      if (pts.Size() < 3) throw std::invalid_argument("reconstruct: fewer than 3 points");
+      REmath::CCloudIndex index;
+      BuildIndex(pts, index, counter);
+      REmath::CCloudNormals computed;
+      DefaultNormals(index, true, computed, params.nThreads, counter, 0.1, 0.3);
+      cloud.Normals() = std::move(computed.normals);
+      a = 0.4;
+    }
+    InPhase(counter, a, 1.0 - a,
+            [&] { REmath::ReconstructCloudMesh(cloud, params, mesh, report, counter); });
+  });
+  const auto t = py::ssize_t(mesh.TriangleCount());
+  py::dict d;
+  d["closed"] = report.edges.closed;
+  d["euler"] = report.edges.euler;
+  d["edges"] = report.edges.edges;
+  d["boundary_edges"] = report.edges.boundaryEdges;
+  d["non_manifold_edges"] = report.edges.nonManifoldEdges;
+  d["components"] = report.edges.components;
+  d["pieces"] = report.pieces;
+  d["cell_size"] = report.cellSize;
+  d["point_spacing"] = report.pointSpacing;
+  d["samples_used"] = report.samplesUsed;
+  d["estimated_bytes"] = report.estimatedBytes;
+  d["mean_distance"] = report.meanDistance;
+  d["rms_distance"] = report.rmsDistance;
+  d["max_distance"] = report.maxDistance;
+  if (!mesh.HasNormals()) mesh.Normals().assign(mesh.Vertices().size(), Point3D(0, 0, 0));
+  py::array_t<float> normalsOut = PointsArray(std::move(mesh.Normals()));
+  return py::make_tuple(PointsArray(std::move(mesh.Vertices())),
+                        ToArray<std::int32_t>(std::move(mesh.Triangles()), {t, 3}), normalsOut,
+                        d);
+}
+
 py::dict SampleTorus(int n, double R, double r, double sigma, std::uint64_t seed) {
   REmath::CSampleScan scan;
   REmath::MakeSampleTorus(n, R, r, sigma, seed, scan);
@@ -389,6 +453,25 @@ void BindCloud(py::module_& m) {
         "int32 (plane index or -1), a list of dicts (normal, d with normal.p + d = 0, origin,\n"
         "inliers, rms_error, mean_error, max_error, basis (3, 3), extent (3, 2) along basis)\n"
         "and the threshold used. The same seed gives the same planes.");
+  m.def("reconstruct", &Reconstruct, "points"_a, "normals"_a = py::none(), "cell"_a = py::none(),
+        "band"_a = 3.0, "neighbours"_a = 10, "max_memory"_a = py::none(), "threads"_a = 0,
+        "progress"_a = py::none(),
+        "reconstruct(points, normals=None, cell=None, band=3.0, neighbours=10, max_memory=None,\n"
+        "            threads=0, progress=None) -> (vertices, triangles, normals, report)\n\n"
+        "Triangle mesh of the surface the points sample: the zero set of the blended signed\n"
+        "distance to the tangent planes of the `neighbours` (1..64) nearest samples, polygonized\n"
+        "with cubes of edge cell (None: 2 x the median nearest-neighbour distance) within band\n"
+        "cells (> sqrt(3)) of the samples, so holes wider than about twice the band stay open.\n"
+        "normals must point outward consistently; None computes them as\n"
+        "normals(points, orient='mst') does. Rows with a zero or non-finite normal or position\n"
+        "are skipped. Returns vertices (m, 3) float32, triangles (t, 3) int32 counter-clockwise\n"
+        "seen from outside, unit vertex normals (m, 3) float32 and a report dict: closed,\n"
+        "euler, edges, boundary_edges, non_manifold_edges, components, pieces, cell_size,\n"
+        "point_spacing, samples_used, estimated_bytes and the mean_distance, rms_distance and\n"
+        "max_distance from the used samples to the mesh. max_memory (bytes) bounds the\n"
+        "estimated working memory. threads drives the distances; the polygonization is serial.\n"
+        "Raises ValueError for no usable sample, a bad band, neighbours or cell, or an\n"
+        "estimate above max_memory.");
   m.def("sample_torus", &SampleTorus, "n"_a, "R"_a = 3.0, "r"_a = 1.0, "sigma"_a = 0.0,
         "seed"_a = 1,
         "sample_torus(n, R=3, r=1, sigma=0, seed=1) -> dict\n\n"

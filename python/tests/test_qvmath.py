@@ -61,6 +61,12 @@ def test_orientation_rules(torus, orient, sign):
     (lambda: qvmath.distance_to_segments(np.zeros((3, 3)), np.zeros((2, 2, 3))), r"length"),
     (lambda: qvmath.distance_to_triangles(np.zeros((1, 3)), np.zeros((2, 2, 3))), r"3, 3"),
     (lambda: qvmath.polygonize(lambda x, y, z: 1.0, (0, 0, 0), 0.1, (5, 5, 5)), r"no surface"),
+    (lambda: qvmath.reconstruct(np.zeros((0, 3))), r"fewer than 3"),
+    (lambda: qvmath.reconstruct(np.random.rand(50, 3), band=1.5), r"band"),
+    (lambda: qvmath.reconstruct(np.random.rand(50, 3), neighbours=65), r"neighbours"),
+    (lambda: qvmath.reconstruct(np.random.rand(50, 3), cell=-1), r"cell"),
+    (lambda: qvmath.reconstruct(np.random.rand(50, 3), normals=np.zeros((50, 3))), r"sample"),
+    (lambda: qvmath.reconstruct(np.random.rand(50, 3), max_memory=1000), r"memory"),
 ])
 def test_bad_input_raises_value_error(call, message):
     with pytest.raises(ValueError, match=message):
@@ -107,9 +113,19 @@ def test_polygonize_sphere_and_propagation():
     edges = {tuple(sorted(e)) for tri in t for e in ((tri[0], tri[1]), (tri[1], tri[2]),
                                                      (tri[2], tri[0]))}
     assert len(v) - len(edges) + len(t) == 2  # a closed sphere
-    batch = qvmath.polygonize(lambda q: 1.0 - (q * q).sum(1), (0, 0, 0), 0.2, (20, 20, 20),
-                              vectorized=True)
-    np.testing.assert_array_equal(batch[2], t)
+    rows = []
+
+    def batched(q):  # the same operations in the same order as sphere, row by row
+        rows.append(len(q))
+        return 1.0 - q[:, 0] * q[:, 0] - q[:, 1] * q[:, 1] - q[:, 2] * q[:, 2]
+    calls = []
+    scalar = qvmath.polygonize(lambda *p: calls.append(p) or sphere(*p), (0, 0, 0), 0.2,
+                               (20, 20, 20))
+    batch = qvmath.polygonize(batched, (0, 0, 0), 0.2, (20, 20, 20), vectorized=True)
+    for a, b in zip(scalar, batch):
+        np.testing.assert_array_equal(a, b)
+    # The four values of each vertex normal come in one call, and no value is wasted.
+    assert sum(rows) == len(calls) and len(calls) - len(rows) == 3 * len(v)
 
     class Boom(Exception):
         pass
@@ -147,6 +163,35 @@ def test_distances_against_dense_sampling():
     np.testing.assert_allclose(d2, [2, 1, 4, 25])
     _, _, tie = qvmath.distance_to_segments([[1, 1, 0]], [[1, 0, 0], [1, 0, 0]])
     assert tie[0] == 0  # a zero-length segment reports the interior
+
+
+def test_reconstruct_closes_the_torus(torus):
+    # Computed normals (oriented by the spanning tree) and the exact ones give a closed
+    # genus-1 surface whose vertices lie on the torus.
+    for normals in (None, torus["normals"]):
+        v, t, n, report = qvmath.reconstruct(torus["points"], normals=normals, threads=2)
+        assert report["closed"] and report["euler"] == 0 and report["components"] == 1
+        assert report["boundary_edges"] == report["non_manifold_edges"] == 0
+        assert t.shape[1] == 3 and t.min() >= 0 and t.max() < len(v) == len(n)
+        ring = np.hypot(v[:, 0], v[:, 1]) - 3.0
+        assert np.abs(np.hypot(ring, v[:, 2]) - 1.0).max() < 0.05
+        assert report["max_distance"] < 0.05
+
+
+@pytest.mark.parametrize("dtype", [np.float32, np.float64])
+def test_batched_distances_equal_the_per_pair_ones(dtype):
+    # One triangle or segment for all points runs the batched kernel; the same item repeated
+    # per point runs the single query, which must give the same bits.
+    rng = np.random.default_rng(5)
+    p = (rng.normal(size=(1003, 3)) * 2).astype(dtype)
+    for fn, item in ((qvmath.distance_to_triangles, rng.normal(size=(3, 3))),
+                     (qvmath.distance_to_segments, rng.normal(size=(2, 3)))):
+        item = item.astype(dtype)
+        batched = fn(p, item)
+        single = fn(p, np.repeat(item[None], len(p), axis=0))
+        for a, b in zip(batched, single):
+            np.testing.assert_array_equal(a, b)
+        assert len(set(batched[2])) >= 3
 
 
 def test_cancellation_by_ctrl_c_and_by_progress(torus):
