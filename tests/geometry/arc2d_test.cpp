@@ -159,9 +159,10 @@ TEST(Get2ArcsIntersectTest, Properties_CrossingOnBothSupportsNearerTheOrigin) {
   for (int trial = 0; trial < 2000; ++trial) {
     const bool circles = trial % 2;
     const CArc2D c = Arc(rng.Uniform(-2, 2), rng.Uniform(-2, 2), rng.Uniform(0.5, 3), 0, 1);
-    const CArc2D o = circles ? Arc(rng.Uniform(-2, 2), rng.Uniform(-2, 2), rng.Uniform(0.5, 3), 0, 1)
-                             : Segment(rng.Uniform(-3, 3), rng.Uniform(-3, 3), rng.Uniform(-3, 3),
-                                       rng.Uniform(-3, 3));
+    const CArc2D o = circles
+                         ? Arc(rng.Uniform(-2, 2), rng.Uniform(-2, 2), rng.Uniform(0.5, 3), 0, 1)
+                         : Segment(rng.Uniform(-3, 3), rng.Uniform(-3, 3), rng.Uniform(-3, 3),
+                                   rng.Uniform(-3, 3));
     double gap, nx, ny;
     if (circles) {
       const double L = std::hypot(o.m_cx - c.m_cx, o.m_cy - c.m_cy);
@@ -247,7 +248,8 @@ TEST(Make2ArcsFilletTest, Properties_TangentToBothRecordsAndSmooth) {
     ++made;
     ExpectFillet(rec[0], rec[1], out, float(r), 2e-4);
     // The fillet hugs the corner: its tangent points lie within a few radii of K.
-    EXPECT_LT(std::max(std::hypot(out[2] - kx, out[3] - ky), std::hypot(out[4] - kx, out[5] - ky)), 20 * r);
+    EXPECT_LT(std::max(std::hypot(out[2] - kx, out[3] - ky), std::hypot(out[4] - kx, out[5] - ky)),
+              20 * r);
   }
   EXPECT_GT(made, 500);
 }

@@ -55,7 +55,8 @@ TEST(ArrangePointsOnCircleTest, Properties_EqualAnglesOnTheCircleThroughEndsAndM
     for (int k = 0; k <= n; ++k) {
       const double a = a0 + sweep * k / n;
       const float* q = &pts[2 * (pre + k)];
-      EXPECT_TRUE(qvtest::Near3({q[0], q[1], 0}, {cx + r * std::cos(a), cy + r * std::sin(a), 0}, 2e-4 * (r + 5)))
+      EXPECT_TRUE(qvtest::Near3({q[0], q[1], 0}, {cx + r * std::cos(a), cy + r * std::sin(a), 0},
+                                2e-4 * (r + 5)))
           << "point " << k << " of " << n;
     }
     // Ends and points outside the run are bit-for-bit unchanged.
@@ -74,7 +75,8 @@ TEST(ArrangePointsOnCircleTest, Degenerate_NoCircleOrBadRunGivesFalse) {
   // Two points; before the start; past the end; reversed.
   std::vector<float> arc = {1, 0, 0.7f, 0.7f, 0, 1, -0.7f, 0.7f, -1, 0};
   const std::vector<float> arcKeep = arc;
-  for (const auto& [first, last] : std::vector<std::pair<int, int>>{{0, 1}, {-1, 3}, {2, 5}, {3, 1}})
+  for (const auto& [first, last] :
+       std::vector<std::pair<int, int>>{{0, 1}, {-1, 3}, {2, 5}, {3, 1}})
     EXPECT_FALSE(ArrangePointsOnCircle(arc, first, last)) << first << " " << last;
   EXPECT_EQ(arc, arcKeep);
   std::vector<float> odd = {1, 0, 0, 1, -1, 0, 5};  // a dangling coordinate is not a point
@@ -99,7 +101,8 @@ TEST(ArrangePointsOnLineTest, Properties_EqualSpacingOnTheChord) {
       EXPECT_EQ(pts[2 * (pre + k) + 1], float(y0 + (y1 - y0) * (double(k) / n)));
     }
     EXPECT_TRUE(std::equal(pts.begin(), pts.begin() + 2 * pre, before.begin()));
-    EXPECT_TRUE(std::equal(pts.begin() + 2 * (pre + n + 1), pts.end(), before.begin() + 2 * (pre + n + 1)));
+    EXPECT_TRUE(
+        std::equal(pts.begin() + 2 * (pre + n + 1), pts.end(), before.begin() + 2 * (pre + n + 1)));
   }
 }
 
@@ -109,5 +112,6 @@ TEST(ArrangePointsOnLineTest, Degenerate_ZeroChordAndBadRuns) {
   const std::vector<float> keep = loop;
   EXPECT_TRUE(!ArrangePointsOnLine(loop, 0, 2) && ArrangePointsOnLine(loop, 0, 1));
   EXPECT_EQ(loop, keep);
-  EXPECT_FALSE(ArrangePointsOnLine(loop, 1, 1) || ArrangePointsOnLine(loop, 0, 3) || ArrangePointsOnLine(loop, -1, 1));
+  EXPECT_FALSE(ArrangePointsOnLine(loop, 1, 1) || ArrangePointsOnLine(loop, 0, 3) ||
+               ArrangePointsOnLine(loop, -1, 1));
 }

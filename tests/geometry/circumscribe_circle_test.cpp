@@ -107,7 +107,8 @@ TEST(CircumscribeCircleTest, Degenerate_CentreTooFarFromTheTriangle) {
     Point3D_d c;
     double r = 0;
     const bool ok = CircumscribeCircle(t, c, r);
-    EXPECT_TRUE(ok == (lmax < 1000) && (ok || r == double(kSentinel))) << "largest barycentric coordinate " << lmax;
+    EXPECT_TRUE(ok == (lmax < 1000) && (ok || r == double(kSentinel)))
+        << "largest barycentric coordinate " << lmax;
     ok ? ++accepted : ++rejected;
   }
   EXPECT_GT(rejected, 100);

@@ -80,7 +80,8 @@ TEST(DistBatch, Properties_EqualsSingleQueryBitForBit) {
           const float* q = p.data() + 3 * i;
           const float ref = seg ? DistancePoint2Segment(q, tri[0], tri[1], foot, region)
                                 : distancePointTriangle2(q, tri, region, foot);
-          ASSERT_TRUE(qvtest::SameBits(d2[std::size_t(i)], ref)) << "point " << i << " mode " << mode;
+          ASSERT_TRUE(qvtest::SameBits(d2[std::size_t(i)], ref))
+              << "point " << i << " mode " << mode;
           ASSERT_TRUE(!r || reg[std::size_t(i)] == region) << "point " << i << " mode " << mode;
           for (int c = 0; f && c < 3; ++c)
             ASSERT_TRUE(qvtest::SameBits(feet[std::size_t(3 * i + c)], foot[c])) << "point " << i;

@@ -94,10 +94,11 @@ TEST(DistPointSegmentFloatTest, Properties_MatchesStepByStepBodyBitForBit) {
     ASSERT_TRUE(qvtest::SameBits(DistancePoint2Segment(q[0], q[1], q[2], foot, region), ref) &&
                 qvtest::SameBits(DistancePoint2Segment(q[0], q[1], q[2]), ref) &&
                 qvtest::SameBits(DistancePoint2Segment(q[0], q[1], q[2], t, foot2), ref) &&
-                qvtest::SameBits(DistancePoint2Segment(q[0], q[1], q[2], t2), ref) && region == refRegion &&
-                qvtest::SameBits(t, refT) && qvtest::SameBits(t2, refT))
+                qvtest::SameBits(DistancePoint2Segment(q[0], q[1], q[2], t2), ref) &&
+                region == refRegion && qvtest::SameBits(t, refT) && qvtest::SameBits(t2, refT))
         << trial;
-    for (int i = 0; i < 3; ++i) ASSERT_TRUE(qvtest::SameBits(foot[i], refFoot[i]) && qvtest::SameBits(foot2[i], refFoot[i]));
+    for (int i = 0; i < 3; ++i)
+      ASSERT_TRUE(qvtest::SameBits(foot[i], refFoot[i]) && qvtest::SameBits(foot2[i], refFoot[i]));
   }
 }
 

@@ -113,8 +113,9 @@ TEST(DistPointTriangleTest, Properties_MatchesStepByStepBodyBitForBit) {
     const float ref =
         REmath::detail::PointTriangle2Scalar(pts[0], pts[1], pts[2], pts[3], &refRegion, refFoot);
     const Point3D three[3] = {Point3D(pts[1]), Point3D(pts[2]), Point3D(pts[3])};
-    ASSERT_TRUE(qvtest::SameBits(d, ref) && region == refRegion && qvtest::SameBits(foot[0], refFoot[0]) &&
-                qvtest::SameBits(foot[1], refFoot[1]) && qvtest::SameBits(foot[2], refFoot[2]) &&
+    ASSERT_TRUE(qvtest::SameBits(d, ref) && region == refRegion &&
+                qvtest::SameBits(foot[0], refFoot[0]) && qvtest::SameBits(foot[1], refFoot[1]) &&
+                qvtest::SameBits(foot[2], refFoot[2]) &&
                 qvtest::SameBits(distancePointTriangle2(pts[0], three), ref))
         << trial << ": " << d << " vs " << ref;
   }
@@ -177,7 +178,8 @@ TEST(DistPointTriangleTest, Regression_HugeAndNonFiniteInput) {
       int region = -7;
       float foot[3];
       const double expected = CgalDist2(p, a, b, c);
-      EXPECT_NEAR(distancePointTriangle2(pf, tri, region, foot), expected, 1e-5 * expected) << scale;
+      EXPECT_NEAR(distancePointTriangle2(pf, tri, region, foot), expected, 1e-5 * expected)
+          << scale;
       EXPECT_NEAR(qvtest::Dist2(qvtest::ToV3(foot), p), expected, 1e-5 * expected);
       EXPECT_EQ(region, BruteRegion(p, a, b, c)) << scale;
     }
@@ -190,8 +192,8 @@ TEST(DistPointTriangleTest, Regression_HugeAndNonFiniteInput) {
     for (int k = 0; k < 4; ++k) {
       int region = 0;
       float foot[3] = {0, 0, 0};
-      EXPECT_TRUE(std::isnan(distancePointTriangle2(k == 0 ? x : ok, tris[k], region, foot)) && region == -1 &&
-                  std::isnan(foot[0]) && std::isnan(foot[1]) && std::isnan(foot[2]))
+      EXPECT_TRUE(std::isnan(distancePointTriangle2(k == 0 ? x : ok, tris[k], region, foot)) &&
+                  region == -1 && std::isnan(foot[0]) && std::isnan(foot[1]) && std::isnan(foot[2]))
           << k;
     }
   }

@@ -15,7 +15,8 @@ TEST(EulerAnglesTest, Properties_MatrixIsZYZComposition) {
   qvtest::TestRng rng(5201);
   SCOPED_TRACE(rng.Trace());
   for (int trial = 0; trial < 300; ++trial) {
-    const double ang[3] = {rng.Uniform(-qvtest::kPi, qvtest::kPi), rng.Uniform(0, qvtest::kPi), rng.Uniform(-qvtest::kPi, qvtest::kPi)};
+    const double ang[3] = {rng.Uniform(-qvtest::kPi, qvtest::kPi), rng.Uniform(0, qvtest::kPi),
+                           rng.Uniform(-qvtest::kPi, qvtest::kPi)};
     CRotationMatrix m;
     makeEulerMatrix(m, ang);
     const Eigen::Matrix3d ref = (Eigen::AngleAxisd(ang[0], Eigen::Vector3d::UnitZ()) *
@@ -23,7 +24,8 @@ TEST(EulerAnglesTest, Properties_MatrixIsZYZComposition) {
                                  Eigen::AngleAxisd(ang[2], Eigen::Vector3d::UnitZ()))
                                     .toRotationMatrix();
     for (int i = 0; i < 3; ++i)
-      EXPECT_TRUE(qvtest::Near3({m.m[i][0], m.m[i][1], m.m[i][2]}, {ref(i, 0), ref(i, 1), ref(i, 2)}, 8 * qvtest::Eps<double>()));
+      EXPECT_TRUE(qvtest::Near3({m.m[i][0], m.m[i][1], m.m[i][2]},
+                                {ref(i, 0), ref(i, 1), ref(i, 2)}, 8 * qvtest::Eps<double>()));
   }
 }
 
@@ -41,7 +43,8 @@ TEST(EulerAnglesTest, Properties_RoundTripOverGrid) {
         getEulerAnglesFromMatrix(m, phi, theta, psi);
         // acos loses accuracy near ±1 (theta near 0 or π): error ~ ε/sin(theta).
         const double tol = 1e-14 / std::sin(ang[1]) + 1e-14;
-        EXPECT_TRUE(qvtest::Near3({theta, AngleGap(phi, ang[0]), AngleGap(psi, ang[2])}, {ang[1], 0, 0}, tol));
+        EXPECT_TRUE(qvtest::Near3({theta, AngleGap(phi, ang[0]), AngleGap(psi, ang[2])},
+                                  {ang[1], 0, 0}, tol));
         EXPECT_TRUE(phi > -qvtest::kPi - 1e-15 && phi <= qvtest::kPi);
       }
 }
@@ -58,12 +61,14 @@ TEST(EulerAnglesTest, Degenerate_GimbalLockFoldsPsiIntoPhi) {
   const double flip[3] = {0.4, qvtest::kPi, 0.7};
   makeEulerMatrix(m, flip);
   getEulerAnglesFromMatrix(m, phi, theta, psi);
-  EXPECT_TRUE(std::fabs(theta - qvtest::kPi) <= 1e-7 && psi == 0.0);  // acos near −1: half the digits
+  EXPECT_TRUE(std::fabs(theta - qvtest::kPi) <= 1e-7 &&
+              psi == 0.0);  // acos near −1: half the digits
   CRotationMatrix back;
   const double rebuilt[3] = {phi, theta, psi};
   makeEulerMatrix(back, rebuilt);
   for (int i = 0; i < 3; ++i)
-    EXPECT_TRUE(qvtest::Near3({back.m[i][0], back.m[i][1], back.m[i][2]}, {m.m[i][0], m.m[i][1], m.m[i][2]}, 1e-7));
+    EXPECT_TRUE(qvtest::Near3({back.m[i][0], back.m[i][1], back.m[i][2]},
+                              {m.m[i][0], m.m[i][1], m.m[i][2]}, 1e-7));
 }
 
 TEST(EulerAnglesTest, Degenerate_ClampedCosine) {

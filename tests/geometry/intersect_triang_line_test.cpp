@@ -82,8 +82,8 @@ TEST(IntersectTriangLineTest, Properties_AgainstCgalAndBruteForce) {
                              K::Triangle_3(Kp(k.A), Kp(k.B), Kp(k.C)));
       ASSERT_EQ(ref, margin > 0) << "oracle disagreement at trial " << trial;
       float X[3];
-      EXPECT_EQ(IntersectTriangLine(k.a.data(), k.b.data(), k.c.data(), k.p.data(), k.dir.data(), X),
-                ref)
+      EXPECT_EQ(
+          IntersectTriangLine(k.a.data(), k.b.data(), k.c.data(), k.p.data(), k.dir.data(), X), ref)
           << trial;
       // X is written in both cases: the plane hit.
       const double size = 1 + std::sqrt(qvtest::Norm2(k.hit));

@@ -60,7 +60,8 @@ TEST(LinearTransformTest, Properties_IsOrthoAcceptsReflectionsRejectsScaling) {
   nearly.m[1][2] += 1e-9, off.m[1][2] += 1e-5, shear.m[0][1] = 0.01;
   EXPECT_TRUE(RElinearTransform(rot, Point3D_d(3.0, 4.0, 5.0)).isOrtho());
   EXPECT_TRUE(RElinearTransform(nearly, Point3D_d()).isOrtho());
-  for (const CRotationMatrix& m : {off, shear, rot * 2.0}) EXPECT_FALSE(RElinearTransform(m, Point3D_d()).isOrtho());
+  for (const CRotationMatrix& m : {off, shear, rot * 2.0})
+    EXPECT_FALSE(RElinearTransform(m, Point3D_d()).isOrtho());
 }
 
 TEST(LinearTransformTest, Properties_GeneralInverseRoundTrip) {

@@ -30,9 +30,11 @@ TYPED_TEST(LocalFrameTest, Properties_FrameIsOrthonormalRightHanded) {
     BuildUCSbyVector(n, u, v);
     const V3 U = qvtest::ToV3(u), Vv = qvtest::ToV3(v), N = qvtest::ToV3(n);
     // Unit, orthogonal, right-handed.
-    EXPECT_TRUE(qvtest::Near3({qvtest::Norm2(U), qvtest::Norm2(Vv), qvtest::Dot(qvtest::Cross(U, Vv), N)},
-                              {1, 1, 1}, tol));
-    EXPECT_TRUE(qvtest::Near3({qvtest::Dot(U, N), qvtest::Dot(Vv, N), qvtest::Dot(U, Vv)}, {0, 0, 0}, tol));
+    EXPECT_TRUE(
+        qvtest::Near3({qvtest::Norm2(U), qvtest::Norm2(Vv), qvtest::Dot(qvtest::Cross(U, Vv), N)},
+                      {1, 1, 1}, tol));
+    EXPECT_TRUE(
+        qvtest::Near3({qvtest::Dot(U, N), qvtest::Dot(Vv, N), qvtest::Dot(U, Vv)}, {0, 0, 0}, tol));
     // The perpendicular is the one the branch rule picks: z zero off the z axis.
     const double xy2 = nd[0] * nd[0] + nd[1] * nd[1];
     if (xy2 > 0.11 || xy2 < 0.09) {
@@ -50,7 +52,8 @@ TYPED_TEST(LocalFrameTest, Properties_NormalizeVector) {
     T q[3] = {p[0], p[1], p[2]};
     NormalizeVector(q);
     const V3 P = qvtest::ToV3(p.data());  // oracle: p / |p| in double
-    EXPECT_TRUE(qvtest::Near3(qvtest::ToV3(q), qvtest::Scale(P, 1 / std::sqrt(qvtest::Norm2(P))), 8 * qvtest::Eps<T>()));
+    EXPECT_TRUE(qvtest::Near3(qvtest::ToV3(q), qvtest::Scale(P, 1 / std::sqrt(qvtest::Norm2(P))),
+                              8 * qvtest::Eps<T>()));
   }
   // Zero and NaN vectors are left as they are.
   T zero[3] = {0, 0, 0}, bad[3] = {std::numeric_limits<T>::quiet_NaN(), 1, 2};

@@ -90,8 +90,14 @@ TEST(PointNetTest, Regions_GetPointOnNetBranches) {
   // below 1e-5 snap to the knot: the quirk keeps P(i, j) exactly.
   const struct {
     float u, v, x, y, z;
-  } cases[] = {{0.5f, 0.5f, 0.5f, 0.5f, 2}, {1.5f, 0.25f, 1.5f, 0.25f, 3.25f}, {2, 0, 2, 0, 4},         {2, 2, 2, 2, 10},       {2, 1.25f, 2, 1.25f, 7.75f},
-               {1.5f, 2, 1.5f, 2, 8.5f}, {1.000008f, 1.000008f, 1, 1, 4}, {1.000008f, 1.5f, 1, 1.5f, 5.5f}};
+  } cases[] = {{0.5f, 0.5f, 0.5f, 0.5f, 2},
+               {1.5f, 0.25f, 1.5f, 0.25f, 3.25f},
+               {2, 0, 2, 0, 4},
+               {2, 2, 2, 2, 10},
+               {2, 1.25f, 2, 1.25f, 7.75f},
+               {1.5f, 2, 1.5f, 2, 8.5f},
+               {1.000008f, 1.000008f, 1, 1, 4},
+               {1.000008f, 1.5f, 1, 1.5f, 5.5f}};
   for (const auto& c : cases) {
     float out[3];
     getPointOnNet(c.u, c.v, net, out);
@@ -130,12 +136,15 @@ TEST(PointNetTest, Regions_NearestKnotTiesAndEmptyNet) {
   const Matrix<Point3D> net = MakeNet(2, 2, [](int i, int j) {
     return i == 1 && j == 1 ? Point3D(5, 5, 0) : Point3D(float(i), float(j), 0.0f);
   });
-  const Matrix<Point3D> twins = MakeNet(2, 2, [](int, int) { return Point3D(1, 2, 3); }), empty(0, 0);
+  const Matrix<Point3D> twins = MakeNet(2, 2, [](int, int) { return Point3D(1, 2, 3); }),
+                        empty(0, 0);
   const struct {
     const Matrix<Point3D>* net;
     float p[3];
     int i, j;
-  } cases[] = {{&net, {0.9f, 0.9f, 0}, 1, 0}, {&net, {0.5f, 0, 0}, 0, 0}, {&twins, {0.5f, 0, 0}, 0, 0},
+  } cases[] = {{&net, {0.9f, 0.9f, 0}, 1, 0},
+               {&net, {0.5f, 0, 0}, 0, 0},
+               {&twins, {0.5f, 0, 0}, 0, 0},
                {&empty, {0, 0, 0}, 7, 8}};
   for (const auto& c : cases) {
     int i = 7, j = 8;
@@ -210,7 +219,8 @@ TEST(PointNetTest, Degenerate_ProjectionOntoSingleRowsColumnsAndKnots) {
     ExpectProjectionMatchesSampling(row, p, 2.0);
   }
   // A single knot gives (0, 0); no knots leave u and v untouched.
-  const Matrix<Point3D> knot = MakeNet(1, 1, [](int, int) { return Point3D(1, 2, 3); }), empty(0, 0);
+  const Matrix<Point3D> knot = MakeNet(1, 1, [](int, int) { return Point3D(1, 2, 3); }),
+                        empty(0, 0);
   const float p[3] = {0, 0, 0};
   double u = -1, v = -1, ue = 5, ve = 6;
   ProjectPointToNet(p, knot, u, v);

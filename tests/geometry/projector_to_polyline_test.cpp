@@ -39,7 +39,8 @@ TEST(CProjectorToPolylineTest, Degenerate_EmptyAndSingleVertex) {
   CProjectorToPolyline pl;
   Point3D_d q(7, 7, 7);
   double param = 9;
-  EXPECT_FALSE(pl.projectPoint(Point3D_d(1, 2, 3), q, param) || pl.projectPoint(Point3D_d(1, 2, 3), q));
+  EXPECT_FALSE(pl.projectPoint(Point3D_d(1, 2, 3), q, param) ||
+               pl.projectPoint(Point3D_d(1, 2, 3), q));
   EXPECT_TRUE(q.x() == 7.0 && param == 9.0);
   pl.AddPoint(Point3D_d(4, 5, 6));
   ASSERT_TRUE(pl.projectPoint(Point3D_d(1, 2, 3), q, param));

@@ -57,7 +57,8 @@ TEST(CProjectorTriangleTest, Properties_AgainstCgal) {
       }
       ext2 += pt.GetMaxSideLen2();
       const double tol = 64 * qvtest::Eps<float>() * ext2;
-      EXPECT_NEAR(pt.DistToTriangle2Precalced(p), exact, tol) << "trial " << trial << " query " << q;
+      EXPECT_NEAR(pt.DistToTriangle2Precalced(p), exact, tol)
+          << "trial " << trial << " query " << q;
     }
   }
 }

@@ -51,9 +51,10 @@ TYPED_TEST(TwoLinesTest, Properties_CommonPerpendicularOfSkewLines) {
     // The midpoint sits halfway between the two feet.
     T mid[3];
     makeTwoVectorsMediumPoint(P1.data(), P2.data(), a.data(), b.data(), t2, mid);
-    const V3 m = qvtest::Scale(qvtest::Add(qvtest::Add(qvtest::ToV3(P1.data()), qvtest::Scale(A, t2[0])),
-                                           qvtest::Add(qvtest::ToV3(P2.data()), qvtest::Scale(B, t2[1]))),
-                               0.5);
+    const V3 m =
+        qvtest::Scale(qvtest::Add(qvtest::Add(qvtest::ToV3(P1.data()), qvtest::Scale(A, t2[0])),
+                                  qvtest::Add(qvtest::ToV3(P2.data()), qvtest::Scale(B, t2[1]))),
+                      0.5);
     EXPECT_TRUE(qvtest::Near3(qvtest::ToV3(mid), m, 64 * qvtest::Eps<T>() * 100));
   }
   EXPECT_GT(checked, 1000);
@@ -74,13 +75,16 @@ TYPED_TEST(TwoLinesTest, Regions_GapTestAndThresholds) {
   EXPECT_TRUE(meetTwoVectors(a, b, r1, t, T(1.01)) && r2[0] == 0 && r2[2] == T(1));
   // meetTwoVectors rejects sin² ≤ 0.0076 and zero directions, leaving r, t alone;
   // MakeMinDist2Lines only rejects |D| ≤ 1e-6·aa·bb (sin² 1e-7 fails, 1e-5 passes).
-  const auto dir = [](double s2) { return std::array<T, 3>{T(std::sqrt(1 - s2)), T(std::sqrt(s2)), 0}; };
+  const auto dir = [](double s2) {
+    return std::array<T, 3>{T(std::sqrt(1 - s2)), T(std::sqrt(s2)), 0};
+  };
   const std::array<T, 3> bHi = dir(0.0077), bLo = dir(0.0075), b7 = dir(1e-7), b5 = dir(1e-5),
                          bPar = {-3, 0, 0}, zero = {0, 0, 0};
   const T O[3] = {0, 0, 0};
   T s1[3] = {0, 1, 0}, s2[3] = {0, 1, 0}, s3[3] = {0, 1, 0}, t2[2] = {-5, -5};
   EXPECT_TRUE(meetTwoVectors(a, bHi.data(), s1, t, T(1e30)));
-  EXPECT_FALSE(meetTwoVectors(a, bLo.data(), s2, t2, T(1e30)) || meetTwoVectors(a, zero.data(), s3, t2, T(1e30)));
+  EXPECT_FALSE(meetTwoVectors(a, bLo.data(), s2, t2, T(1e30)) ||
+               meetTwoVectors(a, zero.data(), s3, t2, T(1e30)));
   EXPECT_TRUE(s2[1] == T(1) && t2[0] == T(-5));
   for (const auto* d : {&bPar, &zero, &b7, &bLo, &b5}) {  // failures leave t alone
     const bool ok = MakeMinDist2Lines(O, a, b, d->data(), t2);

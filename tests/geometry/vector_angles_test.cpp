@@ -35,7 +35,8 @@ TEST(VectorAnglesTest, Properties_ParallelAgainstConstructedAngle) {
   }
   // Strict: 0 < 0 fails for a zero vector and for v ∥ v at tol 0.
   const Point3D_d v(1.0, 2.0, 3.0);
-  EXPECT_FALSE(VectorsAreParallel(v, Point3D_d(0.0, 0.0, 0.0), 1.0) || VectorsAreParallel(v, v, 0.0));
+  EXPECT_FALSE(VectorsAreParallel(v, Point3D_d(0.0, 0.0, 0.0), 1.0) ||
+               VectorsAreParallel(v, v, 0.0));
   EXPECT_TRUE(VectorsAreParallel(v, v, 1e-30));
 }
 
@@ -113,7 +114,8 @@ TEST(VectorAnglesTest, Degenerate_SemiPlanarSentinelAndZeroEdge) {
   // d or c on the edge line, or one perpendicular 1e-7 long against 1 (squared ratio 1e-14
   // below 1e-12): the sentinel.
   for (const Point3D& d : {Point3D(3.0f, 0.0f, 0.0f), Point3D(0.5f, 0.0f, 1e-7f)})
-    EXPECT_TRUE(SemiPlanarCos2(a, b, c, d) == kCosUndefined && SemiPlanarCos2(a, b, d, c) == kCosUndefined);
+    EXPECT_TRUE(SemiPlanarCos2(a, b, c, d) == kCosUndefined &&
+                SemiPlanarCos2(a, b, d, c) == kCosUndefined);
   EXPECT_NE(SemiPlanarCos2(a, b, c, Point3D(0.5f, 0.0f, 1e-5f)), kCosUndefined);
   // a = b: both perpendiculars are zero, the product is 0 and cos² the sentinel.
   EXPECT_TRUE(SemiPlanarScalarProd(a, a, c, Point3D(0.0f, 0.0f, 1.0f)) == 0.0f &&
