@@ -3,14 +3,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <vector>
 
-#include "test_util.h"
+#include "geometry/geom_test_util.h"
 
 namespace {
-
-constexpr double kPi = 3.14159265358979323846;
 
 // A polyline with `pre` points before the run and `post` after it (random, to check they
 // stay), and a run of n + 1 points on the circle (cx, cy, r) with angles a0 .. a1: the ends
@@ -45,8 +44,8 @@ TEST(ArrangePointsOnCircleTest, Properties_EqualAnglesOnTheCircleThroughEndsAndM
     const double cx = rng.Uniform(-5, 5), cy = rng.Uniform(-5, 5), r = rng.Uniform(0.5, 5);
     // Sweeps of either sense, up to 1.8π: arcs longer than a half circle included. The
     // middle point must be off the chord for n = 2 or 3, which any sweep above 0 gives.
-    const double sweep = (rng.Uniform(0, 1) < 0.5 ? -1 : 1) * rng.Uniform(0.2, 1.8 * kPi);
-    const double a0 = rng.Uniform(0, 2 * kPi), a1 = a0 + sweep;
+    const double sweep = (rng.Uniform(0, 1) < 0.5 ? -1 : 1) * rng.Uniform(0.2, 1.8 * qvtest::kPi);
+    const double a0 = rng.Uniform(0, 2 * qvtest::kPi), a1 = a0 + sweep;
     // The ends and the middle carry float rounding; the oracle reuses the exact ideal angles,
     // so the tolerance covers that rounding amplified by the circle's conditioning.
     std::vector<float> pts = ArcRun(rng, pre, n, post, cx, cy, r, a0, a1);
@@ -56,12 +55,13 @@ TEST(ArrangePointsOnCircleTest, Properties_EqualAnglesOnTheCircleThroughEndsAndM
     for (int k = 0; k <= n; ++k) {
       const double a = a0 + sweep * k / n;
       const float* q = &pts[2 * (pre + k)];
-      EXPECT_NEAR(q[0], cx + r * std::cos(a), 2e-4 * (r + 5)) << "point " << k << " of " << n;
-      EXPECT_NEAR(q[1], cy + r * std::sin(a), 2e-4 * (r + 5)) << "point " << k << " of " << n;
+      EXPECT_TRUE(qvtest::Near3({q[0], q[1], 0}, {cx + r * std::cos(a), cy + r * std::sin(a), 0},
+                                2e-4 * (r + 5)))
+          << "point " << k << " of " << n;
     }
     // Ends and points outside the run are bit-for-bit unchanged.
-    for (int i = 0; i < 2 * pre + 2; ++i) EXPECT_EQ(pts[i], before[i]);
-    for (std::size_t i = 2 * (pre + n); i < pts.size(); ++i) EXPECT_EQ(pts[i], before[i]);
+    EXPECT_TRUE(std::equal(pts.begin(), pts.begin() + 2 * pre + 2, before.begin()));
+    EXPECT_TRUE(std::equal(pts.begin() + 2 * (pre + n), pts.end(), before.begin() + 2 * (pre + n)));
   }
 }
 
@@ -72,12 +72,12 @@ TEST(ArrangePointsOnCircleTest, Degenerate_NoCircleOrBadRunGivesFalse) {
   EXPECT_EQ(line, keep);
   std::vector<float> closed = {0, 0, 1, 0, 1, 1, 0, 1, 0, 0};  // first == last
   EXPECT_FALSE(ArrangePointsOnCircle(closed, 0, 4));
+  // Two points; before the start; past the end; reversed.
   std::vector<float> arc = {1, 0, 0.7f, 0.7f, 0, 1, -0.7f, 0.7f, -1, 0};
   const std::vector<float> arcKeep = arc;
-  EXPECT_FALSE(ArrangePointsOnCircle(arc, 0, 1));   // two points
-  EXPECT_FALSE(ArrangePointsOnCircle(arc, -1, 3));  // before the start
-  EXPECT_FALSE(ArrangePointsOnCircle(arc, 2, 5));   // past the end
-  EXPECT_FALSE(ArrangePointsOnCircle(arc, 3, 1));   // reversed
+  for (const auto& [first, last] :
+       std::vector<std::pair<int, int>>{{0, 1}, {-1, 3}, {2, 5}, {3, 1}})
+    EXPECT_FALSE(ArrangePointsOnCircle(arc, first, last)) << first << " " << last;
   EXPECT_EQ(arc, arcKeep);
   std::vector<float> odd = {1, 0, 0, 1, -1, 0, 5};  // a dangling coordinate is not a point
   EXPECT_FALSE(ArrangePointsOnCircle(odd, 1, 3));
@@ -95,24 +95,23 @@ TEST(ArrangePointsOnLineTest, Properties_EqualSpacingOnTheChord) {
     ASSERT_TRUE(ArrangePointsOnLine(pts, pre, pre + n));
     const double x0 = before[2 * pre], y0 = before[2 * pre + 1];
     const double x1 = before[2 * (pre + n)], y1 = before[2 * (pre + n) + 1];
+    // The nearest float to the exact point (k/n steps in double); the rest unchanged.
     for (int k = 0; k <= n; ++k) {
-      // The nearest float to the exact point: exactly representable k/n steps in double.
       EXPECT_EQ(pts[2 * (pre + k)], float(x0 + (x1 - x0) * (double(k) / n)));
       EXPECT_EQ(pts[2 * (pre + k) + 1], float(y0 + (y1 - y0) * (double(k) / n)));
     }
-    for (int i = 0; i < 2 * pre; ++i) EXPECT_EQ(pts[i], before[i]);
-    for (std::size_t i = 2 * (pre + n + 1); i < pts.size(); ++i) EXPECT_EQ(pts[i], before[i]);
+    EXPECT_TRUE(std::equal(pts.begin(), pts.begin() + 2 * pre, before.begin()));
+    EXPECT_TRUE(
+        std::equal(pts.begin() + 2 * (pre + n + 1), pts.end(), before.begin() + 2 * (pre + n + 1)));
   }
 }
 
 TEST(ArrangePointsOnLineTest, Degenerate_ZeroChordAndBadRuns) {
+  // An interior point but no chord direction: false; nothing to move: true; bad runs.
   std::vector<float> loop = {3, 4, 0, 0, 3, 4};
   const std::vector<float> keep = loop;
-  EXPECT_FALSE(ArrangePointsOnLine(loop, 0, 2));  // interior point, no chord direction
+  EXPECT_TRUE(!ArrangePointsOnLine(loop, 0, 2) && ArrangePointsOnLine(loop, 0, 1));
   EXPECT_EQ(loop, keep);
-  EXPECT_TRUE(ArrangePointsOnLine(loop, 0, 1));   // nothing to move
-  EXPECT_EQ(loop, keep);
-  EXPECT_FALSE(ArrangePointsOnLine(loop, 1, 1));
-  EXPECT_FALSE(ArrangePointsOnLine(loop, 0, 3));
-  EXPECT_FALSE(ArrangePointsOnLine(loop, -1, 1));
+  EXPECT_FALSE(ArrangePointsOnLine(loop, 1, 1) || ArrangePointsOnLine(loop, 0, 3) ||
+               ArrangePointsOnLine(loop, -1, 1));
 }

@@ -6,7 +6,7 @@
 #include <qvmath/geometry/dist_point_segment.h>
 #include <qvmath/geometry/dist_point_triangle.h>
 
-#include "test_util.h"
+#include "geometry/geom_test_util.h"
 
 #include <cmath>
 #include <cstring>
@@ -16,8 +16,6 @@
 namespace {
 
 using qvtest::TestRng;
-
-bool SameBits(float a, float b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 
 // Triangle shapes: random, one zero-length edge per position, all coincident, exactly
 // collinear, nearly collinear, and far from the origin.
@@ -57,64 +55,40 @@ std::vector<float> Points(TestRng& rng, const std::vector<float>& t, int n) {
   return p;
 }
 
-TEST(DistBatch, Properties_TriangleEqualsSingleQueryBitForBit) {
+// Each shape as a triangle and as its segment AB (zero-length ones included; the edge
+// midpoints then exercise the segment's tie rule).
+TEST(DistBatch, Properties_EqualsSingleQueryBitForBit) {
   TestRng rng(20240917);
   SCOPED_TRACE(rng.Trace());
   for (const auto& t : Shapes(rng)) {
     const float* tri[3] = {t.data(), t.data() + 3, t.data() + 6};
     for (int n : {0, 3, 37, 403}) {
       const std::vector<float> p = Points(rng, t, std::max(n, 1));
-      for (int outputs = 0; outputs < 4; ++outputs) {
+      for (int mode = 0; mode < 8; ++mode) {
+        const bool seg = mode & 4;
         std::vector<float> d2(std::size_t(n) + 1, -1.0f), feet(3 * std::size_t(n) + 3, -1.0f);
         std::vector<int> reg(std::size_t(n) + 1, -1);
-        distancePointsTriangle2(p.data(), n, tri, d2.data(), outputs & 1 ? reg.data() : nullptr,
-                                outputs & 2 ? feet.data() : nullptr);
+        int* r = mode & 1 ? reg.data() : nullptr;
+        float* f = mode & 2 ? feet.data() : nullptr;
+        if (seg)
+          DistancePoints2Segment(p.data(), n, tri[0], tri[1], d2.data(), r, f);
+        else
+          distancePointsTriangle2(p.data(), n, tri, d2.data(), r, f);
         for (int i = 0; i < n; ++i) {
-          int r;
-          float f[3];
-          const float ref = distancePointTriangle2(p.data() + 3 * i, tri, r, f);
-          ASSERT_TRUE(SameBits(d2[std::size_t(i)], ref)) << "point " << i << " n " << n;
-          if (outputs & 1) {
-            ASSERT_EQ(reg[std::size_t(i)], r) << "point " << i;
-          }
-          for (int c = 0; outputs & 2 && c < 3; ++c)
-            ASSERT_TRUE(SameBits(feet[std::size_t(3 * i + c)], f[c])) << "point " << i;
+          int region;
+          float foot[3];
+          const float* q = p.data() + 3 * i;
+          const float ref = seg ? DistancePoint2Segment(q, tri[0], tri[1], foot, region)
+                                : distancePointTriangle2(q, tri, region, foot);
+          ASSERT_TRUE(qvtest::SameBits(d2[std::size_t(i)], ref))
+              << "point " << i << " mode " << mode;
+          ASSERT_TRUE(!r || reg[std::size_t(i)] == region) << "point " << i << " mode " << mode;
+          for (int c = 0; f && c < 3; ++c)
+            ASSERT_TRUE(qvtest::SameBits(feet[std::size_t(3 * i + c)], foot[c])) << "point " << i;
         }
         // Nothing beyond n is written.
-        EXPECT_EQ(d2[std::size_t(n)], -1.0f);
-        EXPECT_EQ(reg[std::size_t(n)], -1);
-        EXPECT_EQ(feet[3 * std::size_t(n)], -1.0f);
-      }
-    }
-  }
-}
-
-TEST(DistBatch, Properties_SegmentEqualsSingleQueryBitForBit) {
-  TestRng rng(20240918);
-  SCOPED_TRACE(rng.Trace());
-  for (const auto& t : Shapes(rng)) {
-    // Segments AB of each shape (zero-length ones included); points equidistant from both
-    // ends (the midpoints) exercise the tie rule.
-    const float* a = t.data();
-    const float* b = t.data() + 3;
-    for (int n : {2, 403}) {
-      const std::vector<float> p = Points(rng, t, n);
-      for (int outputs = 0; outputs < 4; ++outputs) {
-        std::vector<float> d2(static_cast<std::size_t>(n)), feet(3 * static_cast<std::size_t>(n));
-        std::vector<int> reg(static_cast<std::size_t>(n));
-        DistancePoints2Segment(p.data(), n, a, b, d2.data(), outputs & 1 ? reg.data() : nullptr,
-                               outputs & 2 ? feet.data() : nullptr);
-        for (int i = 0; i < n; ++i) {
-          int r;
-          float f[3];
-          const float ref = DistancePoint2Segment(p.data() + 3 * i, a, b, f, r);
-          ASSERT_TRUE(SameBits(d2[std::size_t(i)], ref)) << "point " << i;
-          if (outputs & 1) {
-            ASSERT_EQ(reg[std::size_t(i)], r) << "point " << i;
-          }
-          for (int c = 0; outputs & 2 && c < 3; ++c)
-            ASSERT_TRUE(SameBits(feet[std::size_t(3 * i + c)], f[c])) << "point " << i;
-        }
+        EXPECT_TRUE(d2[std::size_t(n)] == -1.0f && reg[std::size_t(n)] == -1 &&
+                    feet[3 * std::size_t(n)] == -1.0f);
       }
     }
   }

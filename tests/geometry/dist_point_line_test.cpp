@@ -28,27 +28,26 @@ TYPED_TEST(DistPointLineTest, Properties_AgainstCrossProductFormula) {
     const double tol = 16 * qvtest::Eps<T>() * qvtest::Norm2(w);
     EXPECT_NEAR(DistancePoint2Line(p.data(), a.data(), dir.data()), ref, tol) << trial;
 
-    // The perpendicular from the line through a and a + dir to p: orthogonal to dir, p minus
-    // it lies on the line, and its squared length is the distance.
+    // The perpendicular from the line through a and a + dir to p: p minus it lies on the
+    // line, and it is orthogonal to the line.
     auto b = a;
     for (int i = 0; i < 3; ++i) b[i] = a[i] + dir[i];
     T out[3];
     Vector_Line2Point(a.data(), b.data(), p.data(), out);
     const V3 O = qvtest::ToV3(out), Db = qvtest::Sub(qvtest::ToV3(b.data()), A);
+    EXPECT_NEAR(qvtest::Norm2(qvtest::Cross(qvtest::Sub(w, O), Db)) / qvtest::Norm2(Db), 0, tol);
     EXPECT_NEAR(qvtest::Dot(O, Db) / std::sqrt(qvtest::Norm2(Db)), 0,
                 16 * qvtest::Eps<T>() * std::sqrt(qvtest::Norm2(w)));
-    const V3 onLine = qvtest::Sub(w, O);
-    EXPECT_NEAR(qvtest::Norm2(qvtest::Cross(onLine, Db)) / qvtest::Norm2(Db), 0, tol);
   }
 }
 
 TYPED_TEST(DistPointLineTest, Degenerate_ZeroDirectionAndPointOnLine) {
   using T = TypeParam;
   const T p[3] = {4, 6, 3}, a[3] = {1, 2, 3}, zero[3] = {0, 0, 0}, dir[3] = {3, 4, 0};
-  EXPECT_EQ(DistancePoint2Line(p, a, zero), T(25));  // the distance to a
-  EXPECT_EQ(DistancePoint2Line(p, a, dir), T(0));    // p = a + dir
   const T q[3] = {1, 2, 5};
-  EXPECT_EQ(DistancePoint2Line(q, a, dir), T(4));
+  // A zero direction measures the distance to a; p = a + dir is on the line.
+  EXPECT_TRUE(DistancePoint2Line(p, a, zero) == T(25) && DistancePoint2Line(p, a, dir) == T(0) &&
+              DistancePoint2Line(q, a, dir) == T(4));
   // Vector_Line2Point with a = b divides by zero: not finite.
   T out[3];
   Vector_Line2Point(a, a, p, out);

@@ -5,10 +5,15 @@
 
 #include <array>
 #include <cmath>
+#include <cstring>
 
 #include "test_util.h"
 
 namespace qvtest {
+
+constexpr double kPi = 3.14159265358979323846;
+
+inline bool SameBits(float a, float b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 
 using V3 = std::array<double, 3>;
 

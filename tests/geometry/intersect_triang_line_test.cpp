@@ -64,73 +64,56 @@ double BoundaryDist2(const V3& X, const V3& A, const V3& B, const V3& C) {
   return best;
 }
 
-TEST(IntersectTriangLineTest, Properties_HitsAgainstCgalAwayFromBoundary) {
+// The plain query against CGAL away from the boundary; the tolerant one (tol 0.5) against
+// the barycentric weights of the exact plane hit and the brute-force boundary distance.
+TEST(IntersectTriangLineTest, Properties_AgainstCgalAndBruteForce) {
   qvtest::TestRng rng(5801);
   SCOPED_TRACE(rng.Trace());
-  int hits = 0, misses = 0;
+  int hits = 0, misses = 0, outside = 0;
   for (int trial = 0; trial < 5000; ++trial) {
     const Case k = MakeCase(rng);
     if (k.parallelish) continue;
-    const double margin = std::min({k.u, k.v, 1 - k.u - k.v});
-    if (std::fabs(margin) < 1e-3) continue;  // too close to the boundary to call in float
-    const bool ref =
-        CGAL::do_intersect(K::Line_3(Kp(k.P), K::Vector_3(k.Dir[0], k.Dir[1], k.Dir[2])),
-                           K::Triangle_3(Kp(k.A), Kp(k.B), Kp(k.C)));
-    ASSERT_EQ(ref, margin > 0) << "oracle disagreement at trial " << trial;
-    float X[3];
-    EXPECT_EQ(IntersectTriangLine(k.a.data(), k.b.data(), k.c.data(), k.p.data(), k.dir.data(), X),
-              ref)
-        << trial;
-    // X is written in both cases and lies on the line and in the plane.
-    const double size = 1 + std::sqrt(qvtest::Norm2(k.hit));
-    EXPECT_LE(std::sqrt(qvtest::Dist2(qvtest::ToV3(X), k.hit)), 1e-2 * size) << trial;
-    // The tolerant variant with tol = 0 agrees, reports inside, and adds nothing to |X − P|².
-    bool inside = false;
-    float over = -1, dist2 = -1, Y[3];
-    const bool free0 = IntersectTriangLineFree(k.a.data(), k.b.data(), k.c.data(), k.p.data(),
-                                               k.dir.data(), Y, 0.0f, inside, over, dist2);
-    EXPECT_EQ(free0, ref) << trial;
-    if (free0) {
-      EXPECT_TRUE(inside);
-      EXPECT_EQ(over, 0.0f);
-      EXPECT_NEAR(dist2, qvtest::Dist2(k.hit, k.P), 1e-5 * (1 + qvtest::Dist2(k.hit, k.P)));
+    const double uv = k.u + k.v;
+    const double lo = std::min({k.u, k.v, uv}), hi = std::max({k.u, k.v, uv});
+    const double margin = std::min({k.u, k.v, 1 - uv});
+    if (std::fabs(margin) >= 1e-3) {  // else too close to the boundary to call in float
+      const bool ref =
+          CGAL::do_intersect(K::Line_3(Kp(k.P), K::Vector_3(k.Dir[0], k.Dir[1], k.Dir[2])),
+                             K::Triangle_3(Kp(k.A), Kp(k.B), Kp(k.C)));
+      ASSERT_EQ(ref, margin > 0) << "oracle disagreement at trial " << trial;
+      float X[3];
+      EXPECT_EQ(
+          IntersectTriangLine(k.a.data(), k.b.data(), k.c.data(), k.p.data(), k.dir.data(), X), ref)
+          << trial;
+      // X is written in both cases: the plane hit.
+      const double size = 1 + std::sqrt(qvtest::Norm2(k.hit));
+      EXPECT_LE(std::sqrt(qvtest::Dist2(qvtest::ToV3(X), k.hit)), 1e-2 * size) << trial;
+      (ref ? hits : misses)++;
     }
-    (ref ? hits : misses)++;
-  }
-  EXPECT_GT(hits, 300);
-  EXPECT_GT(misses, 300);
-}
-
-TEST(IntersectTriangLineTest, Properties_FreeOvershootAndDistanceAgainstBruteForce) {
-  qvtest::TestRng rng(5802);
-  SCOPED_TRACE(rng.Trace());
-  int outside = 0;
-  for (int trial = 0; trial < 5000; ++trial) {
-    const Case k = MakeCase(rng);
-    if (k.parallelish) continue;
     const float tol = 0.5f;
     bool inside = false;
     float over = -1, dist2 = -1, X[3];
     const bool ok = IntersectTriangLineFree(k.a.data(), k.b.data(), k.c.data(), k.p.data(),
                                             k.dir.data(), X, tol, inside, over, dist2);
-    const double uv = k.u + k.v;
-    const double lo = std::min({k.u, k.v, uv}), hi = std::max({k.u, k.v, uv});
     if (std::fabs(lo + tol) < 1e-6 || std::fabs(hi - 1 - tol) < 1e-6) continue;
     ASSERT_EQ(ok, lo >= -tol && hi <= 1 + tol) << trial;
     if (!ok) continue;
     const double refOver = std::max({0.0, -k.u, k.u - 1, -k.v, k.v - 1, -uv, uv - 1});
     EXPECT_NEAR(over, refOver, 1e-5) << trial;
+    const double toHit = qvtest::Dist2(k.hit, k.P);
     if (lo > 1e-6 && hi < 1 - 1e-6) {
-      EXPECT_TRUE(inside);
-      EXPECT_EQ(over, 0.0f);
+      EXPECT_TRUE(inside && over == 0.0f);
+      EXPECT_NEAR(dist2, toHit, 1e-5 * (1 + toHit)) << trial;
     }
     if (refOver > 1e-6) {
       EXPECT_FALSE(inside);
       ++outside;
-      const double ref = BoundaryDist2(k.hit, k.A, k.B, k.C) + qvtest::Dist2(k.hit, k.P);
+      const double ref = BoundaryDist2(k.hit, k.A, k.B, k.C) + toHit;
       EXPECT_NEAR(dist2, ref, 1e-5 * (1 + ref)) << trial;
     }
   }
+  EXPECT_GT(hits, 300);
+  EXPECT_GT(misses, 300);
   EXPECT_GT(outside, 300);
 }
 
@@ -155,8 +138,7 @@ TEST(IntersectTriangLineTest, Regions_BoundaryAndParallelCases) {
   }
   bool inside = false;
   float over = -1, dist2 = -1, X[3] = {7, 7, 7};
-  const float P[3] = {0.1f, 0.1f, 0};
-  EXPECT_FALSE(IntersectTriangLineFree(A, B, C, P, inPlane, X, 1.0f, inside, over, dist2));
+  EXPECT_FALSE(IntersectTriangLineFree(A, B, C, cases[5].p, inPlane, X, 1.0f, inside, over, dist2));
   EXPECT_TRUE(X[0] == 7.0f && over == -1.0f);
 }
 

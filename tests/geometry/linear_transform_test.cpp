@@ -39,13 +39,11 @@ TEST(LinearTransformTest, Properties_RigidInverseRoundTrip) {
   SCOPED_TRACE(rng.Trace());
   for (int trial = 0; trial < 200; ++trial) {
     const RElinearTransform tr(RandomRotation(rng), RandomP(rng, 100));
-    EXPECT_TRUE(tr.isOrtho());
-    const RElinearTransform inv = tr.getInvertedOrtho();
-    RElinearTransform inPlace = tr;
-    inPlace.invertOrtho();
-    for (int i = 0; i < 3; ++i) EXPECT_EQ(inPlace.t[i], inv.t[i]);
+    RElinearTransform inv = tr;
+    inv.invertOrtho();
     const Point3D_d p = RandomP(rng, 100);
     ExpectNear(inv.apply(tr.apply(p)), p, 1e-12 * 200);
+    ExpectNear(tr.getInvertedOrtho().apply(tr.apply(p)), p, 1e-12 * 200);
   }
 }
 
@@ -56,18 +54,14 @@ TEST(LinearTransformTest, Properties_IsOrthoAcceptsReflectionsRejectsScaling) {
   qvtest::TestRng rng(5103);
   SCOPED_TRACE(rng.Trace());
   const CRotationMatrix rot = RandomRotation(rng);
+  // The tolerance is single precision: a 1e-9 perturbation still passes, 1e-5 fails, and
+  // so do scaling and shear (transpose is not the inverse).
+  CRotationMatrix nearly = rot, off = rot, shear;
+  nearly.m[1][2] += 1e-9, off.m[1][2] += 1e-5, shear.m[0][1] = 0.01;
   EXPECT_TRUE(RElinearTransform(rot, Point3D_d(3.0, 4.0, 5.0)).isOrtho());
-  EXPECT_FALSE(RElinearTransform(rot * 2.0, Point3D_d(3.0, 4.0, 5.0)).isOrtho());
-  // Shear: transpose is not the inverse.
-  CRotationMatrix shear;
-  shear.m[0][1] = 0.01;
-  EXPECT_FALSE(RElinearTransform(shear, Point3D_d()).isOrtho());
-  // The tolerance is single precision: a 1e-9 perturbation still passes, 1e-5 fails.
-  CRotationMatrix nearly = rot;
-  nearly.m[1][2] += 1e-9;
   EXPECT_TRUE(RElinearTransform(nearly, Point3D_d()).isOrtho());
-  nearly.m[1][2] += 1e-5;
-  EXPECT_FALSE(RElinearTransform(nearly, Point3D_d()).isOrtho());
+  for (const CRotationMatrix& m : {off, shear, rot * 2.0})
+    EXPECT_FALSE(RElinearTransform(m, Point3D_d()).isOrtho());
 }
 
 TEST(LinearTransformTest, Properties_GeneralInverseRoundTrip) {

@@ -7,14 +7,12 @@
 #include <cmath>
 #include <functional>
 
-#include "test_util.h"
+#include "geometry/geom_test_util.h"
 
 using REmath::Matrix;
 using REmath::Point3D;
 
 namespace {
-
-constexpr double kPi = 3.14159265358979323846;
 
 // A rows × cols net with knot (i, j) = f(i, j).
 Matrix<Point3D> MakeNet(int rows, int cols, const std::function<Point3D(int, int)>& f) {
@@ -87,45 +85,23 @@ TEST(PointNetTest, Regions_GetPointOnNetBranches) {
   const Matrix<Point3D> net = MakeNet(3, 3, [](int i, int j) {
     return Point3D(float(i), float(j), float(i * i + 3 * j));
   });
-  float out[3];
-  // Mean of the four knots of the first cell.
-  getPointOnNet(0.5f, 0.5f, net, out);
-  EXPECT_FLOAT_EQ(out[0], 0.5f); EXPECT_FLOAT_EQ(out[1], 0.5f);
-  EXPECT_FLOAT_EQ(out[2], (0 + 1 + 3 + 4) / 4.0f);
-  // The last row and column are reached with a zero fraction: knots exactly.
-  getPointOnNet(2.0f, 0.0f, net, out);
-  EXPECT_EQ(out[0], 2.0f); EXPECT_EQ(out[2], 4.0f);
-  getPointOnNet(2.0f, 2.0f, net, out);
-  EXPECT_EQ(out[1], 2.0f); EXPECT_EQ(out[2], 10.0f);
-  // Along the last row (fu = 0 ≤ fv) and the last column (fv = 0 ≤ fu) only that row or
-  // column is read.
-  getPointOnNet(2.0f, 1.25f, net, out);
-  EXPECT_FLOAT_EQ(out[0], 2.0f); EXPECT_FLOAT_EQ(out[1], 1.25f);
-  getPointOnNet(1.5f, 2.0f, net, out);
-  EXPECT_FLOAT_EQ(out[0], 1.5f); EXPECT_FLOAT_EQ(out[2], (1 + 4) / 2.0f + 6);
-  // Fractions below 1e-5 snap to the knot: the quirk keeps P(i, j) exactly.
-  getPointOnNet(1.000008f, 1.000008f, net, out);
-  EXPECT_EQ(out[0], 1.0f); EXPECT_EQ(out[1], 1.0f); EXPECT_EQ(out[2], 4.0f);
-  getPointOnNet(1.000008f, 1.5f, net, out);
-  EXPECT_EQ(out[0], 1.0f); EXPECT_FLOAT_EQ(out[1], 1.5f);
-}
-
-TEST(PointNetTest, Properties_GetPointOnNetIsBilinear) {
-  qvtest::TestRng rng(5341);
-  SCOPED_TRACE(rng.Trace());
-  const Matrix<Point3D> net = MakeNet(5, 7, [&](int, int) {
-    return Point3D(float(rng.Uniform(-3, 3)), float(rng.Uniform(-3, 3)), float(rng.Uniform(-3, 3)));
-  });
-  for (int trial = 0; trial < 2000; ++trial) {
-    const float u = float(rng.Uniform(0, 3.999)), v = float(rng.Uniform(0, 5.999));
+  // Inside a cell: bilinear (the centre is the mean of the four knots). The last row and
+  // column are reached with a zero fraction (only that row or column is read); fractions
+  // below 1e-5 snap to the knot: the quirk keeps P(i, j) exactly.
+  const struct {
+    float u, v, x, y, z;
+  } cases[] = {{0.5f, 0.5f, 0.5f, 0.5f, 2},
+               {1.5f, 0.25f, 1.5f, 0.25f, 3.25f},
+               {2, 0, 2, 0, 4},
+               {2, 2, 2, 2, 10},
+               {2, 1.25f, 2, 1.25f, 7.75f},
+               {1.5f, 2, 1.5f, 2, 8.5f},
+               {1.000008f, 1.000008f, 1, 1, 4},
+               {1.000008f, 1.5f, 1, 1.5f, 5.5f}};
+  for (const auto& c : cases) {
     float out[3];
-    getPointOnNet(u, v, net, out);
-    double ref[3];
-    const int i = int(u), j = int(v);
-    Bilinear(net, i, j, double(u) - i, double(v) - j, ref);
-    // Float interpolation of coordinates up to 3; the snap moves by at most 1e-5 of an edge
-    // of length up to 6·sqrt(3).
-    for (int k = 0; k < 3; ++k) EXPECT_NEAR(out[k], ref[k], 2e-4) << u << " " << v;
+    getPointOnNet(c.u, c.v, net, out);
+    EXPECT_TRUE(out[0] == c.x && out[1] == c.y && out[2] == c.z) << c.u << " " << c.v;
   }
 }
 
@@ -141,13 +117,9 @@ TEST(PointNetTest, Properties_NearestKnotAgreesWithBruteForce) {
     int bi = -1, bj = -1;
     for (int i = 0; i < net.rows(); ++i)
       for (int j = 0; j < net.cols(); ++j) {
-        const double q[3] = {net(i, j).m_x, net(i, j).m_y, net(i, j).m_z};
-        const double d = Dist2(q, p);
-        if (d < best) {
-          second = best, best = d, bi = i, bj = j;
-        } else {
-          second = std::min(second, d);
-        }
+        const double q[3] = {net(i, j).m_x, net(i, j).m_y, net(i, j).m_z}, d = Dist2(q, p);
+        second = std::min(second, std::max(best, d));
+        if (d < best) best = d, bi = i, bj = j;
       }
     int i = -1, j = -1;
     GetNearestNetKnot(p, net, i, j);
@@ -159,25 +131,26 @@ TEST(PointNetTest, Properties_NearestKnotAgreesWithBruteForce) {
 }
 
 TEST(PointNetTest, Regions_NearestKnotTiesAndEmptyNet) {
-  // P(1, 1) far away; the other knots are the corners of the unit square.
+  // P(1, 1) far away, the other knots the corners of the unit square: ties go to the lower
+  // column, then the lower row; no knots leave i and j untouched.
   const Matrix<Point3D> net = MakeNet(2, 2, [](int i, int j) {
     return i == 1 && j == 1 ? Point3D(5, 5, 0) : Point3D(float(i), float(j), 0.0f);
   });
-  int i = -1, j = -1;
-  const float p1[3] = {0.9f, 0.9f, 0};  // P(1, 0) and P(0, 1) tie: the lower column wins
-  GetNearestNetKnot(p1, net, i, j);
-  EXPECT_EQ(i, 1); EXPECT_EQ(j, 0);
-  const float p2[3] = {0.5f, 0, 0};  // P(0, 0) and P(1, 0) tie: the lower row wins
-  GetNearestNetKnot(p2, net, i, j);
-  EXPECT_EQ(i, 0); EXPECT_EQ(j, 0);
-  const Matrix<Point3D> twins = MakeNet(2, 2, [](int, int) { return Point3D(1, 2, 3); });
-  GetNearestNetKnot(p2, twins, i, j);
-  EXPECT_EQ(i, 0); EXPECT_EQ(j, 0);
-  // No knots: i and j untouched.
-  const Matrix<Point3D> empty(0, 0);
-  i = 7, j = 8;
-  GetNearestNetKnot(p2, empty, i, j);
-  EXPECT_EQ(i, 7); EXPECT_EQ(j, 8);
+  const Matrix<Point3D> twins = MakeNet(2, 2, [](int, int) { return Point3D(1, 2, 3); }),
+                        empty(0, 0);
+  const struct {
+    const Matrix<Point3D>* net;
+    float p[3];
+    int i, j;
+  } cases[] = {{&net, {0.9f, 0.9f, 0}, 1, 0},
+               {&net, {0.5f, 0, 0}, 0, 0},
+               {&twins, {0.5f, 0, 0}, 0, 0},
+               {&empty, {0, 0, 0}, 7, 8}};
+  for (const auto& c : cases) {
+    int i = 7, j = 8;
+    GetNearestNetKnot(c.p, *c.net, i, j);
+    EXPECT_TRUE(i == c.i && j == c.j) << c.p[0];
+  }
 }
 
 TEST(PointNetTest, Properties_NormalOfACurvedNetFollowsTheSurface) {
@@ -199,17 +172,13 @@ TEST(PointNetTest, Properties_NormalOfACurvedNetFollowsTheSurface) {
       GetNetNormal(net, i, j, m, false);  // the other orientation flips it exactly
       EXPECT_TRUE(m.x() == -n.x() && m.y() == -n.y() && m.z() == -n.z()) << i << "," << j;
     }
-}
-
-TEST(PointNetTest, Degenerate_NormalWithoutACell) {
+  // Without a cell (a single row, or a knot outside the net) the normal is zero.
   const Matrix<Point3D> row = MakeNet(1, 4, [](int, int j) { return Point3D(float(j), 0.0f, 0.0f); });
-  Point3D n(9, 9, 9);
-  GetNetNormal(row, 0, 1, n, true);
-  EXPECT_EQ(n.x(), 0.0f); EXPECT_EQ(n.y(), 0.0f); EXPECT_EQ(n.z(), 0.0f);
-  const Matrix<Point3D> net = MakeNet(2, 2, [](int i, int j) { return Point3D(float(i), float(j), 0.0f); });
-  n = Point3D(9, 9, 9);
-  GetNetNormal(net, 2, 0, n, true);
-  EXPECT_EQ(n.z(), 0.0f);
+  for (const auto* m : {&row, &net}) {
+    Point3D n(9, 9, 9);
+    GetNetNormal(*m, m == &row ? 0 : 12, 1, n, true);
+    EXPECT_TRUE(n.x() == 0.0f && n.y() == 0.0f && n.z() == 0.0f);
+  }
 }
 
 TEST(PointNetTest, Properties_ProjectionAgreesWithDenseSamplingOnCurvedNets) {
@@ -222,7 +191,7 @@ TEST(PointNetTest, Properties_ProjectionAgreesWithDenseSamplingOnCurvedNets) {
     return Point3D(x, y, 0.3 * ((x - 2) * (x - 2) - (y - 2) * (y - 2)));
   });
   const Matrix<Point3D> cylinder = MakeNet(13, 5, [&](int i, int j) {
-    const double a = kPi * i / 12.0 + rng.Uniform(-0.05, 0.05);
+    const double a = qvtest::kPi * i / 12.0 + rng.Uniform(-0.05, 0.05);
     return Point3D(2 * std::cos(a), 2 * std::sin(a), 0.7 * j);
   });
   for (int trial = 0; trial < 150; ++trial) {
@@ -239,35 +208,22 @@ TEST(PointNetTest, Degenerate_ProjectionOntoSingleRowsColumnsAndKnots) {
   const Matrix<Point3D> row = MakeNet(1, 6, [&](int, int) {
     return Point3D(float(rng.Uniform(-2, 2)), float(rng.Uniform(-2, 2)), float(rng.Uniform(-2, 2)));
   });
-  Matrix<Point3D> column(6, 1);
-  for (int i = 0; i < 6; ++i) column(i, 0) = row(0, i);
+  const Matrix<Point3D> column = MakeNet(6, 1, [&](int i, int) { return row(0, i); });
   for (int trial = 0; trial < 200; ++trial) {
     const float p[3] = {float(rng.Uniform(-3, 3)), float(rng.Uniform(-3, 3)), float(rng.Uniform(-3, 3))};
-    double u = -1, v = -1;
+    double u = -1, v = -1, u2 = -1, v2 = -1;
     ProjectPointToNet(p, row, u, v);
-    EXPECT_EQ(u, 0.0);
-    ExpectProjectionMatchesSampling(row, p, 2.0);
-    double u2 = -1, v2 = -1;
     ProjectPointToNet(p, column, u2, v2);
-    EXPECT_EQ(v2, 0.0);
+    EXPECT_TRUE(u == 0.0 && v2 == 0.0);
     EXPECT_NEAR(u2, v, 1e-9);  // the same polyline, read the other way
+    ExpectProjectionMatchesSampling(row, p, 2.0);
   }
-  const Matrix<Point3D> knot = MakeNet(1, 1, [](int, int) { return Point3D(1, 2, 3); });
-  double u = -1, v = -1;
+  // A single knot gives (0, 0); no knots leave u and v untouched.
+  const Matrix<Point3D> knot = MakeNet(1, 1, [](int, int) { return Point3D(1, 2, 3); }),
+                        empty(0, 0);
   const float p[3] = {0, 0, 0};
+  double u = -1, v = -1, ue = 5, ve = 6;
   ProjectPointToNet(p, knot, u, v);
-  EXPECT_EQ(u, 0.0); EXPECT_EQ(v, 0.0);
-  const Matrix<Point3D> empty(0, 0);
-  u = 5, v = 6;
-  ProjectPointToNet(p, empty, u, v);
-  EXPECT_EQ(u, 5.0); EXPECT_EQ(v, 6.0);
-}
-
-TEST(PointNetTest, Properties_SizeOfInitSquareIsTheCellDiameter) {
-  const float a[3] = {0, 0, 0}, b[3] = {1, 0, 0}, c[3] = {0, 1, 0}, d[3] = {1, 1, 0};
-  EXPECT_DOUBLE_EQ(GetSizeOfInitSquare(a, b, c, d), std::sqrt(2.0));
-  EXPECT_DOUBLE_EQ(GetSizeOfInitSquare(d, c, a, b), std::sqrt(2.0));  // order does not matter
-  EXPECT_EQ(GetSizeOfInitSquare(a, a, a, a), 0.0);
-  const float far[3] = {3, 4, 12};
-  EXPECT_DOUBLE_EQ(GetSizeOfInitSquare(a, a, far, a), 13.0);
+  ProjectPointToNet(p, empty, ue, ve);
+  EXPECT_TRUE(u == 0.0 && v == 0.0 && ue == 5.0 && ve == 6.0);
 }

@@ -11,23 +11,11 @@ namespace {
 
 using REmath::Point3D_d;
 
-CRotationMatrix FromEigen(const Eigen::Matrix3d& e) {
-  CRotationMatrix r;
-  for (int i = 0; i < 3; ++i)
-    for (int j = 0; j < 3; ++j) r.m[i][j] = e(i, j);
-  return r;
-}
-
-Eigen::Matrix3d ToEigen(const CRotationMatrix& r) {
-  Eigen::Matrix3d e;
-  for (int i = 0; i < 3; ++i)
-    for (int j = 0; j < 3; ++j) e(i, j) = r.m[i][j];
-  return e;
-}
+using RowMajor = Eigen::Matrix<double, 3, 3, Eigen::RowMajor>;
+RowMajor ToEigen(const CRotationMatrix& r) { return Eigen::Map<const RowMajor>(&r.m[0][0]); }
 
 void ExpectSame(const CRotationMatrix& a, const CRotationMatrix& b) {
-  for (int i = 0; i < 3; ++i)
-    for (int j = 0; j < 3; ++j) EXPECT_EQ(a.m[i][j], b.m[i][j]) << i << "," << j;
+  EXPECT_TRUE(ToEigen(a) == ToEigen(b)) << ToEigen(a) << "\nvs\n" << ToEigen(b);
 }
 
 TEST(RotationMatrixTest, Basics_ArithmeticQuirks) {
@@ -36,9 +24,6 @@ TEST(RotationMatrixTest, Basics_ArithmeticQuirks) {
   CRotationMatrix sum = m;
   sum += sum;  // the argument is a copy, so self-addition doubles
   ExpectSame(sum, m * 2.0);
-  // Division has no zero check.
-  EXPECT_TRUE(std::isinf((m / 0.0).m[0][0]));
-  EXPECT_TRUE(std::isnan((CRotationMatrix::Zero() / 0.0).m[1][1]));
 }
 
 TEST(RotationMatrixTest, Properties_SelfAdjointIsRelativeWithoutFloor) {
@@ -76,7 +61,9 @@ TEST(RotationMatrixTest, Properties_InverseAgreesWithEigen) {
     const double cond = e.norm() * e.inverse().norm();
     if (!(cond < 1e6)) continue;
     CRotationMatrix inv;
-    ASSERT_TRUE(invertMatrix(FromEigen(e), inv));
+    CRotationMatrix in;
+    Eigen::Map<RowMajor>(&in.m[0][0]) = e;
+    ASSERT_TRUE(invertMatrix(in, inv));
     const Eigen::Matrix3d ref = e.inverse();
     // Both are backward stable: the difference is bounded by a few ulps times cond.
     const double tol = 64 * qvtest::Eps<double>() * cond * ref.norm();

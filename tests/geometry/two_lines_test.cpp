@@ -42,20 +42,20 @@ TYPED_TEST(TwoLinesTest, Properties_CommonPerpendicularOfSkewLines) {
     ++checked;
     // Both routines solve the same normal equations.
     const double tolT = 256 * qvtest::Eps<T>() * (1 + 20 / sin2);
-    EXPECT_NEAR(t[0], t2[0], tolT * (1 + std::fabs(t2[0])));
+    EXPECT_NEAR(t[0], t2[0], tolT * (1 + std::fabs(t2[0]))) << t[1] << " " << t2[1];
     EXPECT_NEAR(t[1], t2[1], tolT * (1 + std::fabs(t2[1])));
     // The gap vector realises the analytic distance and is perpendicular to both lines.
     const V3 G = qvtest::ToV3(r);
     EXPECT_NEAR(qvtest::Norm2(G), gap2, tolT * 100 * (1 + gap2)) << trial;
-    EXPECT_NEAR(qvtest::Dot(G, A), 0, tolT * 100);
-    EXPECT_NEAR(qvtest::Dot(G, B), 0, tolT * 100);
+    EXPECT_TRUE(qvtest::Near3({qvtest::Dot(G, A), qvtest::Dot(G, B), 0}, {0, 0, 0}, tolT * 100));
     // The midpoint sits halfway between the two feet.
     T mid[3];
     makeTwoVectorsMediumPoint(P1.data(), P2.data(), a.data(), b.data(), t2, mid);
-    const V3 f1 = qvtest::Add(qvtest::ToV3(P1.data()), qvtest::Scale(A, t2[0]));
-    const V3 f2 = qvtest::Add(qvtest::ToV3(P2.data()), qvtest::Scale(B, t2[1]));
-    const V3 m = qvtest::Scale(qvtest::Add(f1, f2), 0.5);
-    for (int i = 0; i < 3; ++i) EXPECT_NEAR(mid[i], m[i], 64 * qvtest::Eps<T>() * 100);
+    const V3 m =
+        qvtest::Scale(qvtest::Add(qvtest::Add(qvtest::ToV3(P1.data()), qvtest::Scale(A, t2[0])),
+                                  qvtest::Add(qvtest::ToV3(P2.data()), qvtest::Scale(B, t2[1]))),
+                      0.5);
+    EXPECT_TRUE(qvtest::Near3(qvtest::ToV3(mid), m, 64 * qvtest::Eps<T>() * 100));
   }
   EXPECT_GT(checked, 1000);
 }
@@ -71,25 +71,25 @@ TYPED_TEST(TwoLinesTest, Regions_GapTestAndThresholds) {
   EXPECT_TRUE(mid[0] == 0 && mid[1] == T(3) && mid[2] == 0);
   // |r|² < tol is strict; r is written even when the gap test fails.
   T r0[3] = {2, 2, 0}, r1[3] = {2, 2, 1}, r2[3] = {2, 2, 1};
-  EXPECT_FALSE(meetTwoVectors(a, b, r0, t, T(0)));
-  EXPECT_TRUE(meetTwoVectors(a, b, r1, t, T(1.01)));
-  EXPECT_FALSE(meetTwoVectors(a, b, r2, t, T(1)));
-  EXPECT_TRUE(r2[0] == 0 && r2[2] == T(1));
-  // meetTwoVectors rejects sin² ≤ 0.0076 and leaves r, t alone; MakeMinDist2Lines only
-  // rejects |D| ≤ 1e-6·aa·bb (sin² 1e-7 fails, 1e-5 passes) and zero directions.
-  const T bHi[3] = {T(std::sqrt(1 - 0.0077)), T(std::sqrt(0.0077)), 0};
-  const T bLo[3] = {T(std::sqrt(1 - 0.0075)), T(std::sqrt(0.0075)), 0};
-  const T b7[3] = {1, T(std::sqrt(1e-7)), 0}, b5[3] = {1, T(std::sqrt(1e-5)), 0};
-  const T bPar[3] = {-3, 0, 0}, zero[3] = {0, 0, 0}, O[3] = {0, 0, 0}, Y[3] = {0, 1, 0};
+  EXPECT_FALSE(meetTwoVectors(a, b, r0, t, T(0)) || meetTwoVectors(a, b, r2, t, T(1)));
+  EXPECT_TRUE(meetTwoVectors(a, b, r1, t, T(1.01)) && r2[0] == 0 && r2[2] == T(1));
+  // meetTwoVectors rejects sin² ≤ 0.0076 and zero directions, leaving r, t alone;
+  // MakeMinDist2Lines only rejects |D| ≤ 1e-6·aa·bb (sin² 1e-7 fails, 1e-5 passes).
+  const auto dir = [](double s2) {
+    return std::array<T, 3>{T(std::sqrt(1 - s2)), T(std::sqrt(s2)), 0};
+  };
+  const std::array<T, 3> bHi = dir(0.0077), bLo = dir(0.0075), b7 = dir(1e-7), b5 = dir(1e-5),
+                         bPar = {-3, 0, 0}, zero = {0, 0, 0};
+  const T O[3] = {0, 0, 0};
   T s1[3] = {0, 1, 0}, s2[3] = {0, 1, 0}, s3[3] = {0, 1, 0}, t2[2] = {-5, -5};
-  EXPECT_TRUE(meetTwoVectors(a, bHi, s1, t, T(1e30)));
-  EXPECT_FALSE(meetTwoVectors(a, bLo, s2, t2, T(1e30)));
-  EXPECT_FALSE(meetTwoVectors(a, zero, s3, t2, T(1e30)));
+  EXPECT_TRUE(meetTwoVectors(a, bHi.data(), s1, t, T(1e30)));
+  EXPECT_FALSE(meetTwoVectors(a, bLo.data(), s2, t2, T(1e30)) ||
+               meetTwoVectors(a, zero.data(), s3, t2, T(1e30)));
   EXPECT_TRUE(s2[1] == T(1) && t2[0] == T(-5));
-  EXPECT_FALSE(MakeMinDist2Lines(O, a, Y, bPar, t2));
-  EXPECT_EQ(t2[0], T(-5));
-  for (const T* d : {bLo, b5}) EXPECT_TRUE(MakeMinDist2Lines(O, a, Y, d, t2));
-  for (const T* d : {zero, b7}) EXPECT_FALSE(MakeMinDist2Lines(O, a, Y, d, t2));
+  for (const auto* d : {&bPar, &zero, &b7, &bLo, &b5}) {  // failures leave t alone
+    const bool ok = MakeMinDist2Lines(O, a, b, d->data(), t2);
+    EXPECT_TRUE(ok == (d == &bLo || d == &b5) && (ok || t2[0] == T(-5)));
+  }
 }
 
 }  // namespace

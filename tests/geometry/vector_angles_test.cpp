@@ -33,10 +33,10 @@ TEST(VectorAnglesTest, Properties_ParallelAgainstConstructedAngle) {
     EXPECT_TRUE(VectorsAreParallel(Point3D_d(a.data()), Point3D_d(b.data()), s2 * 1.001));
     EXPECT_FALSE(VectorsAreParallel(Point3D_d(a.data()), Point3D_d(b.data()), s2 * 0.999));
   }
+  // Strict: 0 < 0 fails for a zero vector and for v ∥ v at tol 0.
   const Point3D_d v(1.0, 2.0, 3.0);
-  EXPECT_FALSE(VectorsAreParallel(v, Point3D_d(0.0, 0.0, 0.0), 1.0));  // 0 < 0 is false
-  EXPECT_FALSE(VectorsAreParallel(Point3D_d(), Point3D_d(), 1.0));
-  EXPECT_FALSE(VectorsAreParallel(v, v, 0.0));  // strict: 0 < 0 fails even for v ∥ v
+  EXPECT_FALSE(VectorsAreParallel(v, Point3D_d(0.0, 0.0, 0.0), 1.0) ||
+               VectorsAreParallel(v, v, 0.0));
   EXPECT_TRUE(VectorsAreParallel(v, v, 1e-30));
 }
 
@@ -48,9 +48,9 @@ TEST(VectorAnglesTest, Properties_PointInPlane) {
   const Point3D_d p(1.0 + std::cos(e), 1.0, 1.0 + std::sin(e));
   EXPECT_TRUE(PointInPlane(p, q, n, 1.01e-6));
   EXPECT_FALSE(PointInPlane(p, q, n, 0.99e-6));
-  // A point within tol of q passes whatever the direction.
+  // A point within tol of q passes whatever the direction; at exactly tol it does not.
   EXPECT_TRUE(PointInPlane(Point3D_d(1.0, 1.0, 1.0 + 1e-4), q, n, 2e-4));
-  EXPECT_FALSE(PointInPlane(Point3D_d(1.0, 1.0, 2.0), q, n, 0.5));
+  EXPECT_FALSE(PointInPlane(Point3D_d(1.0, 1.0, 1.5), q, n, 0.5));
 }
 
 TEST(VectorAnglesTest, Properties_CosABCAgainstDouble) {
@@ -71,9 +71,8 @@ TEST(VectorAnglesTest, Properties_CosABCAgainstDouble) {
 
 TEST(VectorAnglesTest, Degenerate_CosABCSentinel) {
   const Point3D a(1.0f, 2.0f, 3.0f), c(4.0f, 5.0f, 7.0f);
-  EXPECT_EQ(cos_ABC(a, a, c), 6.66e19f);
-  EXPECT_EQ(cos_ABC(a, c, c), 6.66e19f);
-  EXPECT_EQ(double(kCosUndefined), 66600000947694338048.0);
+  EXPECT_EQ(cos_ABC(a, a, c), 6.66e19f);  // kCosUndefined
+  EXPECT_EQ(cos_ABC(a, c, c), kCosUndefined);
   // Underflow of the product also yields the sentinel.
   EXPECT_EQ(cos_ABC(Point3D(1e-25f, 0.0f, 0.0f), Point3D(), Point3D(0.0f, 1e-25f, 0.0f)),
             kCosUndefined);
@@ -103,9 +102,8 @@ TEST(VectorAnglesTest, Properties_SemiPlanarAgainstDihedralAngle) {
     const double ref = DihedralSignedCos2(D(a), D(b), D(c), D(d));
     EXPECT_NEAR(SemiPlanarCos2(a, b, c, d), ref, 1e-3) << trial;  // float, cancellations
     // The product's sign agrees with the cos² sign away from right angles.
-    const float sp = SemiPlanarScalarProd(a, b, c, d);
     if (std::fabs(ref) > 1e-3) {
-      EXPECT_EQ(sp > 0, ref > 0);
+      EXPECT_EQ(SemiPlanarScalarProd(a, b, c, d) > 0, ref > 0);
     }
   }
 }
@@ -113,14 +111,15 @@ TEST(VectorAnglesTest, Properties_SemiPlanarAgainstDihedralAngle) {
 TEST(VectorAnglesTest, Degenerate_SemiPlanarSentinelAndZeroEdge) {
   const Point3D a(0.0f, 0.0f, 0.0f), b(1.0f, 0.0f, 0.0f), c(0.0f, 1.0f, 0.0f);
   // d on the edge line: its perpendicular vanishes.
-  EXPECT_EQ(SemiPlanarCos2(a, b, c, Point3D(3.0f, 0.0f, 0.0f)), kCosUndefined);
-  EXPECT_EQ(SemiPlanarCos2(a, b, Point3D(-2.0f, 0.0f, 0.0f), c), kCosUndefined);
-  // One perpendicular 1e-7 long against 1: squared ratio 1e-14 < 1e-12.
-  EXPECT_EQ(SemiPlanarCos2(a, b, c, Point3D(0.5f, 0.0f, 1e-7f)), kCosUndefined);
+  // d or c on the edge line, or one perpendicular 1e-7 long against 1 (squared ratio 1e-14
+  // below 1e-12): the sentinel.
+  for (const Point3D& d : {Point3D(3.0f, 0.0f, 0.0f), Point3D(0.5f, 0.0f, 1e-7f)})
+    EXPECT_TRUE(SemiPlanarCos2(a, b, c, d) == kCosUndefined &&
+                SemiPlanarCos2(a, b, d, c) == kCosUndefined);
   EXPECT_NE(SemiPlanarCos2(a, b, c, Point3D(0.5f, 0.0f, 1e-5f)), kCosUndefined);
   // a = b: both perpendiculars are zero, the product is 0 and cos² the sentinel.
-  EXPECT_EQ(SemiPlanarScalarProd(a, a, c, Point3D(0.0f, 0.0f, 1.0f)), 0.0f);
-  EXPECT_EQ(SemiPlanarCos2(a, a, c, Point3D(0.0f, 0.0f, 1.0f)), kCosUndefined);
+  EXPECT_TRUE(SemiPlanarScalarProd(a, a, c, Point3D(0.0f, 0.0f, 1.0f)) == 0.0f &&
+              SemiPlanarCos2(a, a, c, Point3D(0.0f, 0.0f, 1.0f)) == kCosUndefined);
 }
 
 }  // namespace

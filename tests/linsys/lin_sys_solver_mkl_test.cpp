@@ -10,6 +10,7 @@
 #include <map>
 #include <memory>
 #include <numeric>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -17,39 +18,23 @@
 
 namespace {
 
-using REmath::CLinSysSolverMKL;
-using REmath::CVertexLinearCombination;
-using REmath::IEqSysResultReciever;
-using REmath::IVertexPosInformer;
-using REmath::IVertexPosLinearSystem;
+using namespace REmath;
 
 // One call to an informer or a receiver: (axis, vertex, value), logged for all axes.
-struct Call {
-  int axis, vertex;
-  double value;
-  bool operator==(const Call& o) const {
-    return axis == o.axis && vertex == o.vertex && value == o.value;
-  }
-};
+using Call = std::tuple<int, int, double>;
 
 // One axis: positions from a table (NaN when unknown), results logged; logs shared by axes.
 template <class T>
-class AxisLog : public IVertexPosInformer<T>, public IEqSysResultReciever<T> {
- public:
+struct AxisLog : IVertexPosInformer<T>, IEqSysResultReciever<T> {
   AxisLog(int axis, std::vector<Call>* asked, std::vector<Call>* received)
       : m_axis(axis), m_asked(asked), m_received(received) {}
-  std::map<int, T> positions;
-
- private:
   T OnGetVertexPosition(int v) const override {
-    auto it = positions.find(v);
-    const T p = it == positions.end() ? std::numeric_limits<T>::quiet_NaN() : it->second;
-    m_asked->push_back({m_axis, v, double(p)});
+    const T p = positions.count(v) ? positions.at(v) : std::numeric_limits<T>::quiet_NaN();
+    m_asked->emplace_back(m_axis, v, double(p));
     return p;
   }
-  void OnSetVertexPosition(int v, T value) override {
-    m_received->push_back({m_axis, v, double(value)});
-  }
+  void OnSetVertexPosition(int v, T x) override { m_received->emplace_back(m_axis, v, double(x)); }
+  std::map<int, T> positions;
   int m_axis;
   std::vector<Call>*m_asked, *m_received;
 };
@@ -58,68 +43,46 @@ class AxisLog : public IVertexPosInformer<T>, public IEqSysResultReciever<T> {
 template <class T>
 struct Axes {
   explicit Axes(int axes) {
-    for (int d = 0; d < axes; ++d) {
-      informers.emplace_back(new AxisLog<T>(d, &asked, &received));
-      informerPtrs.push_back(informers.back().get());
-      receiverPtrs.push_back(informers.back().get());
-    }
+    for (int d = 0; d < axes; ++d) informers.emplace_back(new AxisLog<T>(d, &asked, &received));
+    for (auto& i : informers) ins.push_back(i.get()), outs.push_back(i.get());
   }
   bool Solve(IVertexPosLinearSystem<T>& sys) {
-    return sys.SolveSystem(static_cast<int>(informers.size()), informerPtrs.data(),
-                           receiverPtrs.data(), nullptr);
-  }
-  void SetAll(int v, T p) {
-    for (auto& informer : informers) informer->positions[v] = p;
+    return sys.SolveSystem(int(informers.size()), ins.data(), outs.data(), nullptr);
   }
   std::vector<std::unique_ptr<AxisLog<T>>> informers;
-  std::vector<const IVertexPosInformer<T>*> informerPtrs;
-  std::vector<IEqSysResultReciever<T>*> receiverPtrs;
+  std::vector<const IVertexPosInformer<T>*> ins;
+  std::vector<IEqSysResultReciever<T>*> outs;
   std::vector<Call> asked, received;
 };
 
-template <class T>
-CVertexLinearCombination<T> Combination(std::initializer_list<std::pair<int, T>> terms) {
-  CVertexLinearCombination<T> lc;
-  for (const auto& t : terms) lc.AddVertex(t.first, t.second);
-  return lc;
-}
-
 // A scenario is a list of steps on a system: define a free or a fixed vertex, or add one
-// of the equations of Equations<T>().
+// of the equations of kEquations (the step's argument: identifier or index).
 enum StepKind { kFree, kFixed, kEquation };
-struct Step {
-  StepKind kind;
-  int arg;  // vertex identifier, or the equation's index
-};
-struct Scenario {
-  const char* name;
-  std::vector<Step> steps;
-};
+using Step = std::pair<StepKind, int>;
+using Scenario = std::pair<const char*, std::vector<Step>>;
 
-template <class T>
-const std::vector<CVertexLinearCombination<T>>& Equations() {
-  static const std::vector<CVertexLinearCombination<T>> equations = {
-      Combination<T>({{10, T(2)}, {20, T(-1)}, {30, T(-1)}}),  // 0: worked example, first
-      Combination<T>({{10, T(-1)}, {20, T(2)}}),               // 1: worked example, second
-      Combination<T>({{10, T(1)}, {99, T(1)}}),                // 2: names undeclared 99
-      Combination<T>({{10, T(1)}, {99, T(0)}}),                // 3: the same, coefficient 0
-      Combination<T>({{30, T(1)}}),                            // 4: a fixed vertex alone
-      CVertexLinearCombination<T>(),                           // 5: empty
-      Combination<T>({{10, T(1)}, {30, T(-1)}}),               // 6: x20 absent
-      Combination<T>({{10, T(-2)}, {30, T(1)}}),               // 7: x20 absent
-      Combination<T>({{10, T(0)}, {20, T(0)}}),                // 8: zero coefficients only
-      Combination<T>({{10, T(1)}, {15, T(1)}}),                // 9: names undeclared 15
-      Combination<T>({{20, T(1)}}),                            // 10: x20 = 0
-  };
-  return equations;
-}
+const std::vector<std::vector<std::pair<int, int>>> kEquations = {
+    {{10, 2}, {20, -1}, {30, -1}},  // 0: worked example, first
+    {{10, -1}, {20, 2}},            // 1: worked example, second
+    {{10, 1}, {99, 1}},             // 2: names undeclared 99
+    {{10, 1}, {99, 0}},             // 3: the same, coefficient 0
+    {{30, 1}},                      // 4: a fixed vertex alone
+    {},                             // 5: empty
+    {{10, 1}, {30, -1}},            // 6: x20 absent
+    {{10, -2}, {30, 1}},            // 7: x20 absent
+    {{10, 1}, {15, 1}},             // 8: names undeclared 15
+};
 
 template <class T>
 void Run(const std::vector<Step>& steps, IVertexPosLinearSystem<T>& sys) {
-  for (const Step& step : steps)
-    step.kind == kFree    ? sys.DefineFreeVertex(step.arg)
-    : step.kind == kFixed ? sys.DefineFixedVertex(step.arg)
-                          : sys.AddEquation(Equations<T>()[static_cast<std::size_t>(step.arg)]);
+  for (const auto& [kind, arg] : steps) {
+    CVertexLinearCombination<T> lc;
+    for (const auto& [v, c] : kind == kEquation ? kEquations[std::size_t(arg)] : kEquations[5])
+      lc.AddVertex(v, T(c));
+    kind == kFree    ? sys.DefineFreeVertex(arg)
+    : kind == kFixed ? sys.DefineFixedVertex(arg)
+                     : sys.AddEquation(lc);
+  }
 }
 
 // Free {10, 20}, fixed {30}; 2·x10 − x20 − x30 = 0 and −x10 + 2·x20 = 0.
@@ -131,11 +94,12 @@ class LinSysSolverMKLTest : public ::testing::Test {};
 using ScalarTypes = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(LinSysSolverMKLTest, ScalarTypes);
 
-// Each scenario misuses the system once; afterwards the system is spoiled for good: the
-// remaining well-formed calls do not repair it and SolveSystem calls nobody.
-TYPED_TEST(LinSysSolverMKLTest, Misuse_SpoilsForGood) {
+// Each misuse spoils the system for good: the remaining well-formed calls do not repair it
+// and SolveSystem calls nobody. An exactly singular A (LAPACK meets a zero pivot) is not
+// misuse: it fails without calling any receiver, and the flag stays clear.
+TYPED_TEST(LinSysSolverMKLTest, Degenerate_MisuseSpoilsForGoodSingularFails) {
   using T = TypeParam;
-  const std::vector<Scenario> scenarios = {
+  const std::vector<Scenario> misuse = {
       {"third equation",
        {{kFree, 10}, {kFixed, 30}, {kFree, 20}, {kEquation, 0}, {kEquation, 1}, {kEquation, 1}}},
       {"fixed vertex declared free", {{kFixed, 30}, {kFree, 30}}},
@@ -144,50 +108,32 @@ TYPED_TEST(LinSysSolverMKLTest, Misuse_SpoilsForGood) {
       {"free vertex after an equation", {{kFree, 10}, {kFree, 20}, {kEquation, 1}, {kFree, 40}}},
       // Undeclared identifiers above, between and (scattered table) among the declared.
       {"undeclared vertex", {{kFree, 10}, {kFree, 20}, {kEquation, 2}}},
-      {"undeclared vertex in a gap", {{kFree, 10}, {kFree, 20}, {kEquation, 9}}},
+      {"undeclared vertex in a gap", {{kFree, 10}, {kFree, 20}, {kEquation, 8}}},
       {"undeclared scattered vertex",
        {{kFree, 10}, {kFree, 20}, {kFixed, 2000000000}, {kEquation, 2}}},
       // Unlike evaluation, a zero term of an undeclared vertex counts here.
       {"undeclared vertex with coefficient 0", {{kFree, 10}, {kFree, 20}, {kEquation, 3}}},
       {"equation without free vertices", {{kFixed, 30}, {kEquation, 4}}},
       {"equation in an empty system", {{kEquation, 5}}},
-  };
-  for (const Scenario& scenario : scenarios) {
-    SCOPED_TRACE(scenario.name);
-    CLinSysSolverMKL<T> sys;
-    Run<T>(scenario.steps, sys);
-    Run<T>(kWorkedDefinitions, sys);  // well-formed calls afterwards change nothing
-    Run<T>(kWorkedEquations, sys);
-    EXPECT_TRUE(sys.IsSpoiled() && !sys.IsCorrectlyDefinedSystem());
-    Axes<T> axes(3);
-    EXPECT_FALSE(axes.Solve(sys));
-    EXPECT_TRUE(axes.asked.empty() && axes.received.empty());
-    EXPECT_TRUE(CLinSysSolverMKL<T>(sys).IsSpoiled());  // a copy carries the flag
-  }
-}
-
-// An exactly singular A (LAPACK meets a zero pivot) fails without calling any receiver;
-// it is not misuse, so the flag stays clear.
-TYPED_TEST(LinSysSolverMKLTest, Degenerate_SingularCallsNoReceiver) {
-  using T = TypeParam;
-  const std::vector<Scenario> scenarios = {
+  }, singular = {
       {"identical equations", {{kEquation, 0}, {kEquation, 0}}},
       {"free vertex in no equation", {{kEquation, 6}, {kEquation, 7}}},
       {"empty equation", {{kEquation, 0}, {kEquation, 5}}},
-      {"zero coefficients only", {{kEquation, 8}, {kEquation, 0}}},
   };
-  for (const Scenario& scenario : scenarios) {
-    SCOPED_TRACE(scenario.name);
-    CLinSysSolverMKL<T> sys;
-    Run<T>(kWorkedDefinitions, sys);
-    Run<T>(scenario.steps, sys);
-    ASSERT_TRUE(sys.IsCorrectlyDefinedSystem());
-    Axes<T> axes(3);
-    axes.SetAll(30, T(1));
-    EXPECT_FALSE(axes.Solve(sys));
-    EXPECT_TRUE(axes.received.empty());
-    EXPECT_FALSE(sys.IsSpoiled());
-  }
+  for (const auto* list : {&misuse, &singular})
+    for (const auto& [name, steps] : *list) {
+      SCOPED_TRACE(name);
+      const bool bad = list == &misuse;
+      CLinSysSolverMKL<T> sys;
+      if (!bad) Run<T>(kWorkedDefinitions, sys);
+      Run<T>(steps, sys);
+      if (bad) Run<T>(kWorkedDefinitions, sys), Run<T>(kWorkedEquations, sys);
+      EXPECT_TRUE(sys.IsSpoiled() == bad && sys.IsCorrectlyDefinedSystem() == !bad);
+      Axes<T> axes(3);
+      for (auto& informer : axes.informers) informer->positions[30] = T(1);
+      EXPECT_FALSE(axes.Solve(sys));
+      EXPECT_TRUE(axes.received.empty() && (!bad || axes.asked.empty()));
+    }
 }
 
 // Random strictly diagonally dominant systems −(1 + δ)(Σ|w| + 1)·x_i + Σ w_j·x_j = 0 over
@@ -201,28 +147,26 @@ TYPED_TEST(LinSysSolverMKLTest, Oracle_RandomLaplacianAgainstEigen) {
   for (int trial = 0; trial < 40; ++trial) {
     const int nFree = rng.Int(1, 60), nFixed = rng.Int(0, 20), n = nFree + nFixed;
     std::vector<int> ids;
-    std::map<int, int> slot;  // identifier → index in ids
-    auto add = [&](int id) {
+    std::map<int, int> slot;  // identifier → index in ids; the extremes are identifiers too
+    for (int k = 0; static_cast<int>(ids.size()) < n; ++k) {
+      const int id = trial % 2 ? k < 2 ? (k ? INT_MAX : INT_MIN)
+                                       : static_cast<int>(rng.Uniform(INT_MIN, INT_MAX))
+                               : 5000 + rng.Int(0, 2 * n);
       if (slot.emplace(id, static_cast<int>(ids.size())).second) ids.push_back(id);
-    };
-    if (trial % 2) add(INT_MIN), add(INT_MAX);  // the extremes are identifiers like any other
-    while (static_cast<int>(ids.size()) < n)
-      add(trial % 2 ? static_cast<int>(rng.Uniform(INT_MIN, INT_MAX)) : 5000 + rng.Int(0, 2 * n));
+    }
     // ids[0..nFree) are free, the rest fixed; the definitions are interleaved at random.
     std::vector<int> order(static_cast<std::size_t>(n)), rows(static_cast<std::size_t>(nFree));
-    std::iota(order.begin(), order.end(), 0);
-    std::iota(rows.begin(), rows.end(), 0);
+    std::iota(order.begin(), order.end(), 0), std::iota(rows.begin(), rows.end(), 0);
     std::shuffle(order.begin(), order.end(), rng.Engine());
     CLinSysSolverMKL<T> sys;
     std::vector<int> freeByNumber;
+    Axes<T> axes(kAxes);
     for (int k : order) {
       k < nFree ? sys.DefineFreeVertex(ids[k]) : sys.DefineFixedVertex(ids[k]);
       if (k < nFree) freeByNumber.push_back(ids[k]);
-    }
-    Axes<T> axes(kAxes);
-    for (int k = nFree; k < n; ++k)
-      for (int d = 0; d < kAxes; ++d)
+      for (int d = 0; k >= nFree && d < kAxes; ++d)
         axes.informers[d]->positions[ids[k]] = T(rng.Uniform(-100, 100));
+    }
 
     Eigen::MatrixXd A = Eigen::MatrixXd::Zero(nFree, nFree),
                     B = Eigen::MatrixXd::Zero(nFree, kAxes);
@@ -250,26 +194,24 @@ TYPED_TEST(LinSysSolverMKLTest, Oracle_RandomLaplacianAgainstEigen) {
     ASSERT_TRUE(sys.IsCorrectlyDefinedSystem());
     ASSERT_TRUE(axes.Solve(sys));
 
-    Eigen::FullPivLU<Eigen::MatrixXd> lu(A);
+    const Eigen::FullPivLU<Eigen::MatrixXd> lu(A);
     const Eigen::MatrixXd X = lu.solve(B);
     // Forward error of a backward-stable LU in T: about n·ε·κ(A)·‖x‖, with a factor 8.
     const double tol =
         8.0 * nFree * qvtest::Eps<T>() / lu.rcond() * std::max(1.0, X.cwiseAbs().maxCoeff());
+    // Per axis, the free vertices in order of definition.
     ASSERT_EQ(axes.received.size(), static_cast<std::size_t>(kAxes * nFree));
-    for (int d = 0; d < kAxes; ++d) {
-      for (int k = 0; k < nFree; ++k) {
-        const Call& c = axes.received[static_cast<std::size_t>(d * nFree + k)];
-        ASSERT_EQ(c.axis, d);
-        ASSERT_EQ(c.vertex, freeByNumber[k]);  // free vertices in order of definition
-        EXPECT_NEAR(c.value, X(slot.at(c.vertex), d), tol);
-      }
+    for (int r = 0; r < kAxes * nFree; ++r) {
+      const auto& [axis, vertex, value] = axes.received[static_cast<std::size_t>(r)];
+      ASSERT_TRUE(axis == r / nFree && vertex == freeByNumber[r % nFree]);
+      EXPECT_NEAR(value, X(slot.at(vertex), axis), tol);
     }
     // Each fixed vertex is asked once per axis, in the order of definition; free never.
     std::vector<Call> expectedAsked;
     for (int d = 0; d < kAxes; ++d)
       for (int k : order)
         if (k >= nFree)
-          expectedAsked.push_back({d, ids[k], double(axes.informers[d]->positions[ids[k]])});
+          expectedAsked.emplace_back(d, ids[k], double(axes.informers[d]->positions[ids[k]]));
     EXPECT_EQ(axes.asked, expectedAsked);
   }
 }
