@@ -42,7 +42,8 @@ namespace {
 CRotationMatrix Scatter(qvtest::TestRng& rng, int k, double flatten = 1.0) {
   double pts[40][3], c[3] = {0, 0, 0};
   for (int i = 0; i < k; ++i)
-    for (int a = 0; a < 3; ++a) c[a] += (pts[i][a] = (a == 2 ? flatten : 1.0) * rng.Uniform(-1, 1)) / k;
+    for (int a = 0; a < 3; ++a)
+      c[a] += (pts[i][a] = (a == 2 ? flatten : 1.0) * rng.Uniform(-1, 1)) / k;
   CRotationMatrix m = CRotationMatrix::Zero();
   for (int i = 0; i < k; ++i)
     for (int a = 0; a < 3; ++a)
@@ -120,24 +121,22 @@ TEST(EigenSATest, Properties_NoHeapAllocation) {
   EXPECT_GT(g_allocations.load(), before);
 }
 
+// Absolute, strict float epsilon on the off-diagonal pairs only: 1e-7 passes, exactly the
+// tolerance fails, one ulp at 1e10 (about 2e-6) fails although the matrix class's relative
+// test accepts it; NaN on the diagonal is not looked at.
 TEST(IsSelfAdjointTest, Quirks_AbsoluteStrictFloatEpsilon) {
-  CRotationMatrix m;  // identity
-  EXPECT_TRUE(REmath::IsSelfAdjoint(m));
-  m.m[0][1] = 2e-7;
-  EXPECT_FALSE(REmath::IsSelfAdjoint(m));
-  m.m[0][1] = 1e-7;
-  EXPECT_TRUE(REmath::IsSelfAdjoint(m));
-  m.m[0][1] = 1.1920928955078125e-07;  // exactly the tolerance: strict, so false
-  EXPECT_FALSE(REmath::IsSelfAdjoint(m));
-  m.m[0][1] = 0.0;
-  // Absolute, not relative: one ulp apart at 1e10 (about 2e-6) fails.
-  m.m[1][2] = 1e10;
-  m.m[2][1] = std::nextafter(1e10, 2e10);
-  EXPECT_FALSE(REmath::IsSelfAdjoint(m));
-  EXPECT_TRUE(m.isSelfAdjoint());  // the relative test of the matrix class accepts it
-  m.m[2][1] = 1e10;
-  m.m[0][0] = std::nan("");  // the diagonal is not compared
-  EXPECT_TRUE(REmath::IsSelfAdjoint(m));
-  m.m[2][0] = std::nan("");
-  EXPECT_FALSE(REmath::IsSelfAdjoint(m));
+  const double ulp10 = std::nextafter(1e10, 2e10), nan = std::nan("");
+  const struct {
+    int i, j;
+    double value;
+    bool result;
+  } writes[] = {{0, 1, 2e-7, false}, {0, 1, 1e-7, true},  {0, 1, 1.1920928955078125e-07, false},
+                {0, 1, 0.0, true},   {1, 2, 1e10, false}, {2, 1, ulp10, false},
+                {2, 1, 1e10, true},  {0, 0, nan, true},   {2, 0, nan, false}};
+  CRotationMatrix m;  // identity, self-adjoint
+  for (const auto& w : writes) {
+    m.m[w.i][w.j] = w.value;
+    EXPECT_EQ(REmath::IsSelfAdjoint(m), w.result) << w.i << w.j << " " << w.value;
+    EXPECT_TRUE(w.value != ulp10 || m.isSelfAdjoint());
+  }
 }

@@ -42,8 +42,7 @@ struct Pencil {
   }
   std::vector<double> SortedValues() const {
     std::vector<double> v(values.begin(), values.begin() + count);
-    std::sort(v.begin(), v.end());
-    return v;
+    return std::sort(v.begin(), v.end()), v;
   }
 
   MatrixXd A, B;
@@ -108,10 +107,11 @@ TEST(GenRightEigenTest, Degenerate_KeepRulesOnDiagonalPencils) {
   MatrixXd R(2, 2), I = MatrixXd::Identity(2, 2);
   R << 0, -1, 1, 0;
   const Pencil rot(R, I);
-  EXPECT_TRUE(rot.ok);
-  EXPECT_EQ(rot.count, 0);
-  // Order below 1: false, count 0.
-  int count = 7;
-  EXPECT_FALSE(REmath::gen_right_eigen(0, nullptr, nullptr, count, nullptr, nullptr));
-  EXPECT_EQ(count, 0);
+  EXPECT_TRUE(rot.ok && rot.count == 0);
+  // Order below 1, or a workspace LAPACK cannot address: false, count 0, nothing read.
+  for (int n : {0, 30000}) {
+    int count = 7;
+    EXPECT_FALSE(REmath::gen_right_eigen(n, nullptr, nullptr, count, nullptr, nullptr));
+    EXPECT_EQ(count, 0);
+  }
 }
