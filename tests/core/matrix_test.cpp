@@ -90,10 +90,6 @@ TEST(MatrixTest, Reshape_ResizeKeepAndSwap) {
   EXPECT_TRUE(SameMatrix(m, Matrix<double>(2, 2))) << "resize loses the contents";
 
   // The free form offered for the two double point types.
-  Matrix<Point3D_d> c(2, 2);
-  c(1, 1) = Point3D_d(4, 9, 14);
-  REmath::resizeKeepMatrix(c, 3, 2);
-  EXPECT_EQ(c(1, 1).z(), 14.0);
   Matrix<HPoint3D_d> h(2, 2);
   h(0, 1) = HPoint3D_d(3, 7, 11, 6);
   REmath::resizeKeepMatrix(h, 1, 3);
@@ -164,11 +160,9 @@ TEST(MatrixTest, Arithmetic_ElementwiseAndShapeFaults) {
            [&] { a + wrong; }, [&] { a - wrong; }, [&] { c += wrong; }, [&] { c -= wrong; },
            [&] { (void)(a == wrong); }, [&] { (void)(a != wrong); }})
     EXPECT_EQ(qvtest::ThrownText(f), "NURBSWrongSize2D");
-  EXPECT_TRUE(c == a);
-  c(2, 1) = 0;
-  EXPECT_TRUE(c != a);
-  c = a;
+  EXPECT_TRUE(c == a) << "unchanged by a throw";
   c += b;
+  EXPECT_TRUE(c != a);
   c -= b;
   c -= 2.0;
   EXPECT_TRUE(SameMatrix(c, Filled(3, 2, 3)));
@@ -180,17 +174,15 @@ TEST(MatrixTest, Arithmetic_ScalarOperatorsPerElement) {
   m(0, 0) = 1, m(1, 0) = 10, m(0, 1) = -7, m(1, 1) = 0.1;
   Matrix<double> q(m);
   q /= 3.0;
-  for (int k = 0; k < 4; ++k) EXPECT_EQ(q.memory()[k], m.memory()[k] / 3.0) << "a true division";
+  for (int k = 0; k < 4; ++k) EXPECT_EQ(q.memory()[k], m.memory()[k] / 3.0) << "true division";
   Matrix<int> mi(1, 3);
   mi(0, 0) = 7, mi(0, 1) = -7, mi(0, 2) = std::numeric_limits<int>::min();
   mi /= -1;
   EXPECT_TRUE(mi(0, 0) == -7 && mi(0, 2) == std::numeric_limits<int>::min()) << "wraps";
-  Matrix<int> before(mi);
+  const Matrix<int> before(mi);
   EXPECT_THROW(mi /= 0, std::domain_error);
   EXPECT_TRUE(mi == before);
-  Matrix<float> mf(1, 1);
-  mf /= 0.0f;
-  EXPECT_TRUE(std::isnan(mf(0, 0)));
+  EXPECT_TRUE(std::isnan((Matrix<float>(1, 1) /= 0.0f)(0, 0)));
 
   Matrix<HPoint3D> h(1, 1);
   h(0, 0) = HPoint3D(1, 2, 3, 4);
@@ -349,16 +341,11 @@ TYPED_TEST(ProductTyped, Product_ShapeFaultsAndCommutator) {
 TEST(MatrixTest, Product_HomogeneousPointsComponentwise) {
   qvtest::TestRng rng(99);
   SCOPED_TRACE(rng.Trace());
-  auto point = [&](bool allowZero) {
-    if (allowZero && rng.Int(0, 4) == 0) return HPoint3D();
-    return HPoint3D(float(rng.Uniform(-1, 1)), float(rng.Uniform(-1, 1)), float(rng.Uniform(-1, 1)),
-                    float(rng.Uniform(-1, 1)));
-  };
+  auto u = [&] { return float(rng.Uniform(-1, 1)); };
   Matrix<HPoint3D> A(7, 5), B(5, 4);
-  for (int j = 0; j < 5; ++j)
-    for (int i = 0; i < 7; ++i) A(i, j) = point(true);
-  for (int j = 0; j < 4; ++j)
-    for (int i = 0; i < 5; ++i) B(i, j) = point(false);
+  for (int k = 0; k < 35; ++k)
+    A.memory()[k] = rng.Int(0, 4) ? HPoint3D(u(), u(), u(), u()) : HPoint3D();
+  for (int k = 0; k < 20; ++k) B.memory()[k] = HPoint3D(u(), u(), u(), u());
   const float inf = std::numeric_limits<float>::infinity();
   A(2, 3) = HPoint3D();
   A(4, 3) = HPoint3D(0, 0, 0, 1);  // not the zero point: not skipped
@@ -370,14 +357,12 @@ TEST(MatrixTest, Product_HomogeneousPointsComponentwise) {
         return HPoint3D(a.x() * b.x(), a.y() * b.y(), a.z() * b.z(), a.w() * b.w());
       },
       [](const HPoint3D& a) { return a == HPoint3D(); });
-  for (int j = 0; j < 4; ++j)
-    for (int i = 0; i < 7; ++i) {
-      const HPoint3D &c = C(i, j), &r = ref[std::size_t(j) * 7 + i];
-      EXPECT_TRUE(BitsOrBothNaN(c.x(), r.x()) && BitsOrBothNaN(c.y(), r.y()) &&
-                  BitsOrBothNaN(c.z(), r.z()) && BitsOrBothNaN(c.w(), r.w()));
-    }
-  EXPECT_TRUE(std::isfinite(C(2, 1).x()));
-  EXPECT_TRUE(std::isnan(C(4, 1).x()));
+  for (int k = 0; k < 28; ++k) {
+    const HPoint3D &c = C.memory()[k], &r = ref[k];
+    EXPECT_TRUE(BitsOrBothNaN(c.x(), r.x()) && BitsOrBothNaN(c.y(), r.y()) &&
+                BitsOrBothNaN(c.z(), r.z()) && BitsOrBothNaN(c.w(), r.w()));
+  }
+  EXPECT_TRUE(std::isfinite(C(2, 1).x()) && std::isnan(C(4, 1).x()));
   const Matrix<HPoint3D> a = A.get(0, 0, 3, 3), b = B.get(0, 0, 3, 3);  // all finite
   EXPECT_TRUE(REmath::comm(a, b) == a * b - b * a);
 }
