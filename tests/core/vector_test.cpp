@@ -105,8 +105,7 @@ TEST(VectorTest, Assign_GetAsAndArithmetic) {
   const Vector<double> g = v.get(1, 3);
   EXPECT_TRUE(g.size() == 3 && g[0] == 2.0 && g[2] == 4.0 && v.get(4, 0).size() == 0);
   const Vector<double> s2(two, 2);
-  EXPECT_THROWS_TEXT(v.as(3, s2), "NURBSmatrix_err");
-  EXPECT_THROWS_TEXT(v.as(-1, s2), "NURBSmatrix_err");
+  for (int at : {3, -1}) EXPECT_THROWS_TEXT(v.as(at, s2), "NURBSmatrix_err");
   EXPECT_EQ(gm[3], 4.0) << "unchanged by a throw";
   v.as(2, s2);
   EXPECT_TRUE(gm[1] == 2.0 && gm[3] == 31.0);
@@ -118,9 +117,7 @@ TEST(VectorTest, Assign_GetAsAndArithmetic) {
     EXPECT_EQ(qvtest::ThrownText(f), "NURBSsize");
   EXPECT_FALSE(a == a.get(0, 2)) << "different sizes are unequal";
   e += a;
-  EXPECT_EQ(e[1], 42.0);
-  EXPECT_TRUE(e - a == a);
-  EXPECT_TRUE(e + a != a);
+  EXPECT_TRUE(e[1] == 42.0 && e - a == a && e + a != a);
   e -= a;
   EXPECT_TRUE(e == a);
 }
@@ -135,9 +132,9 @@ TEST(VectorTest, Scale_RoundingRulesPerElementType) {
   const Vector<char> cv = Vector<char>(cm, 3) * 1.9;
   EXPECT_TRUE(cv[0] == char(190 - 256) && cv[1] == char(-13)) << "wraps like integers";
   unsigned um[1] = {7};
-  EXPECT_EQ((Vector<unsigned>(um, 1) * 0.99)[0], 6u);
   unsigned char ucm[1] = {200};
-  EXPECT_EQ((Vector<unsigned char>(ucm, 1) * 0.5)[0], 100);
+  EXPECT_TRUE((Vector<unsigned>(um, 1) * 0.99)[0] == 6u &&
+              (Vector<unsigned char>(ucm, 1) * 0.5)[0] == 100);
 
   float fm[2] = {0.1f, 3.0f};
   const Vector<float> fv(fm, 2);

@@ -19,8 +19,7 @@ using REmath::Point3D_d;
 
 namespace {
 
-// A function given by a lambda; records every point it is evaluated at (unless told not
-// to, for use from several threads).
+// A function given by a lambda; records every point it is evaluated at unless told not to.
 struct Fn : CMinMaxTask::TFunctor {
   explicit Fn(std::function<double(const Point3D_d&)> f) : body(std::move(f)) {}
   double operator()(const Point3D_d& p) const override {

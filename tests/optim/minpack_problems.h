@@ -160,7 +160,6 @@ struct Evaluator {
   }
 };
 
-// Functor forms, one per solver family.
 struct HybrdFn : REmath::HybrdFunctor, Evaluator {
   using Evaluator::Evaluator;
   void operator()(int*, double* x, double* f, int* iflag) const override {

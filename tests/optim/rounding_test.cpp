@@ -29,14 +29,12 @@ TEST(RoundingTest, Properties_RndtoniIsNearestWithTiesUp) {
 }
 
 // The helpers' rounding quirks: mulrnd ties up, fRound2 multiplies by 0.01 (not / 100),
-// fRoundN ties on |x| and carries into a new decade, scaleDouble keeps the rounding of its
-// repeated multiplication, getScale puts the mantissa in (1, 10] and refuses x <= 0.
+// fRoundN ties on |x| and carries into a new decade, getScale puts the mantissa in (1, 10]
+// and refuses x <= 0.
 TEST(RoundingTest, Regions_HelperQuirks) {
   int v = -5;
   mulrnd(0.5, &v);
-  EXPECT_EQ(v, -2);
-  EXPECT_EQ(fRound2(0.125), 13 * 0.01);
-  EXPECT_EQ(fRound2(-0.125), -12 * 0.01);
+  EXPECT_TRUE(v == -2 && fRound2(0.125) == 13 * 0.01 && fRound2(-0.125) == -12 * 0.01);
   const struct {
     double x;
     int digits;
@@ -47,9 +45,6 @@ TEST(RoundingTest, Regions_HelperQuirks) {
             {-2.5, 0, -3.0, 1e-15},
             {1.234567890123, 19, 1.234567890123, 1e-14}};
   for (const auto& c : rn) EXPECT_NEAR(fRoundN(c.x, c.digits), c.r, c.tol) << c.x;
-  double x = 1.0;
-  scaleDouble(x, -3);
-  EXPECT_EQ(x, 1.0 * 0.1 * 0.1 * 0.1);
   int e = 99;
   EXPECT_NEAR(getScale(0.13, e), 1.3, 1e-15);
   EXPECT_EQ(e, -1);
@@ -60,7 +55,7 @@ TEST(RoundingTest, Regions_HelperQuirks) {
   EXPECT_EQ(e, 7);
 }
 
-TEST(RoundingTest, RoundBoundary_Table) {
+TEST(RoundingTest, Regions_RoundBoundaryTable) {
   struct Case {
     double x, bound, step;
     int kind, e;
