@@ -115,7 +115,7 @@ TEST(MinMaxOptimizerTest, Regions_VanishingGradientFallsBackAndProjectorActsFirs
   // f0 = 0 is the smallest but flat: the direction is f1's gradient (+x), and the first
   // trial goes 0.98 of the way to the face x = 1. F cannot rise, so x stays put.
   Fn flat([](const Point3D_d&) { return 0.0; });
-  Fn ramp = Plane(Point3D_d(2, 0, 0), 5.0);
+  Fn ramp = Plane(Point3D_d(0.5, 0, 0), 5.0);  // |d| < 1: diagonal/|d| reaches past the face
   Projector rec;
   CMinMaxTask task({&flat, &ramp}, Point3D_d(0, 0, 0), Point3D_d(-1, -1, -1),
                    Point3D_d(1, 1, 1), &rec);
