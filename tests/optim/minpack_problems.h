@@ -132,12 +132,12 @@ struct Counts {
   void Add(int iflag) { (iflag == 0 ? print : iflag == 1 ? fcn : jac) += 1; }
 };
 
-/// How a user function form answers iflag >= 2: hybrd/lmdif forms always return values
-/// (their finite differences call with iflag 2), hybrj/lmder the Jacobian, lmstr one row.
+/// How a form answers iflag >= 2: hybrd/lmdif with values (their finite differences call
+/// with iflag 2), hybrj/lmder with the Jacobian, lmstr with one row.
 enum class Form { Values, Jacobian, Rows };
 
-/// What every user function form shares: the problem, the counts, a Jacobian scratch (rows
-/// for lmstr) and an optional stop: call number stopAt (from 1) sets iflag to stopValue.
+/// The problem, the counts, a Jacobian scratch (rows for lmstr) and an optional stop: call
+/// number stopAt (from 1) sets iflag to stopValue.
 struct Evaluator {
   explicit Evaluator(const Problem& p) : prob(p), jac(static_cast<size_t>(p.m) * p.n) {}
   const Problem& prob;
@@ -145,8 +145,7 @@ struct Evaluator {
   mutable std::vector<double> jac;
   int stopAt = 0, stopValue = -1;
 
-  // Evaluates for iflag (fjac with leading dimension ld, or a row) and returns the iflag to
-  // hand back.
+  // Evaluates for iflag (fjac with leading dimension ld, or a row); returns the iflag.
   int Eval(Form form, const double* x, double* fvec, double* fjac, int ld, int iflag) const {
     counts.Add(iflag);
     if (iflag == 1 || (iflag >= 2 && form == Form::Values)) {
@@ -161,7 +160,6 @@ struct Evaluator {
   }
 };
 
-// Functor forms, one per solver family.
 struct HybrdFn : REmath::HybrdFunctor, Evaluator {
   using Evaluator::Evaluator;
   void operator()(int*, double* x, double* f, int* iflag) const override {
