@@ -3,9 +3,10 @@
 // from an arbitrary byte stream until one is refused, then CSkipTillTheEnd consumes the rest.
 // The last input byte chooses the reader (wrapped filter or skip-only, block mark, version,
 // component name, whether the stream knows its position); the other bytes are the stream.
-// Oracle: every accepted block advances the stream by exactly the count returned; skipped
-// blocks are logged once each; the tail count is the number of bytes left in the stream;
-// refusals are CKorvaException (CUnknownFormatError included) and nothing else.
+// Oracle: every accepted block advances the stream by exactly the count returned and ends
+// within the file; skipped blocks are logged once each; the tail count is the number of
+// bytes left in the stream; refusals are CKorvaException (CUnknownFormatError included) and
+// nothing else.
 #include <qvmath/infra/inner_header_wrapper.h>
 
 #include <fuzzer/FuzzedDataProvider.h>
@@ -71,6 +72,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     QVFUZZ_CHECK(consumed - KvF::CInnerHeaderWrapper::getWrapHeaderSize() <=
                  KvF::CInnerHeaderWrapper::getMaxPayloadSize());
     QVFUZZ_CHECK(fileStream.getPosition() - start == consumed);
+    // An accepted block, skipped or loaded, never reaches past the end of the file.
+    QVFUZZ_CHECK(fileStream.getPosition() <= std::int64_t(file.size()));
     if (blob.loads == loadsBefore) ++skipped;
   }
   QVFUZZ_CHECK(log.skipped == (name.empty() ? 0 : skipped));
