@@ -105,31 +105,6 @@ TEST(PointNetTest, Regions_GetPointOnNetBranches) {
   }
 }
 
-TEST(PointNetTest, Properties_NearestKnotAgreesWithBruteForce) {
-  qvtest::TestRng rng(5342);
-  SCOPED_TRACE(rng.Trace());
-  const Matrix<Point3D> net = MakeNet(9, 6, [&](int, int) {
-    return Point3D(float(rng.Uniform(-3, 3)), float(rng.Uniform(-3, 3)), float(rng.Uniform(-3, 3)));
-  });
-  for (int trial = 0; trial < 1000; ++trial) {
-    const float p[3] = {float(rng.Uniform(-4, 4)), float(rng.Uniform(-4, 4)), float(rng.Uniform(-4, 4))};
-    double best = HUGE_VAL, second = HUGE_VAL;
-    int bi = -1, bj = -1;
-    for (int i = 0; i < net.rows(); ++i)
-      for (int j = 0; j < net.cols(); ++j) {
-        const double q[3] = {net(i, j).m_x, net(i, j).m_y, net(i, j).m_z}, d = Dist2(q, p);
-        second = std::min(second, std::max(best, d));
-        if (d < best) best = d, bi = i, bj = j;
-      }
-    int i = -1, j = -1;
-    GetNearestNetKnot(p, net, i, j);
-    const double q[3] = {net(i, j).m_x, net(i, j).m_y, net(i, j).m_z};
-    EXPECT_NEAR(Dist2(q, p), best, 1e-5 * (1 + best));  // equal up to float rounding
-    // Where the nearest knot is clear of the next one beyond float rounding, it is the same.
-    EXPECT_TRUE(second - best < 1e-4 || (i == bi && j == bj));
-  }
-}
-
 TEST(PointNetTest, Regions_NearestKnotTiesAndEmptyNet) {
   // P(1, 1) far away, the other knots the corners of the unit square: ties go to the lower
   // column, then the lower row; no knots leave i and j untouched.

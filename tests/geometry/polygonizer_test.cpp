@@ -4,13 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdlib>
 #include <functional>
-#include <map>
 #include <numeric>
 #include <set>
 #include <stdexcept>
-#include <tuple>
 #include <vector>
 
 #include "geom_test_util.h"
@@ -22,15 +19,13 @@ namespace {
 
 V3 A(const Point3D_d& p) { return {p.x(), p.y(), p.z()}; }
 
-// f from a lambda; counts and optionally records evaluations, throws after `throwAfter`.
+// f from a lambda; counts evaluations, throws after `throwAfter`.
 struct Fn : pzProcess::SurfaceFunctor {
   std::function<double(const V3&, int*)> f;
   mutable long calls = 0;
   long throwAfter = -1;
-  mutable std::vector<V3>* record = nullptr;
   double operator()(const Point3D_d& p, int* flag) const override {
     if (calls++ == throwAfter) throw std::runtime_error("user");
-    if (record) record->push_back(A(p));
     return f(A(p), flag);
   }
 };
@@ -142,29 +137,6 @@ TEST(Polygonizer, Properties_ClosedOrientedManifoldWithAnalyticArea) {
       wrongNormals += qvtest::Dot(A(v.ptr[i].normal), Grad(c.g, A(v.ptr[i].position))) < 0.99;
     EXPECT_EQ(wrongNormals, 0);
   }
-}
-
-// Caches: no point is evaluated twice and no vertex is made twice; a second run (after the
-// host reseeded rand) gives the same output.
-TEST(Polygonizer, Properties_CachedEvaluationsAndRepeatableRuns) {
-  std::vector<V3> first, second;
-  Fn fn = Surface([](const V3& p) { return Sphere(p, {0.1, 0, 0}, 0.7) * -1; });
-  Mesh m1, m2;
-  pzProcess pz;
-  const int bounds[3] = {50, 50, 50};
-  fn.record = &first;
-  ASSERT_GT(pz.polygonize(fn, 0.1, bounds, Point3D_d(0.2, 0.3, 0.1), m1), 0);
-  const std::vector<pzVertex> v1(pz.vertices().ptr, pz.vertices().ptr + pz.vertices().count);
-  std::srand(12345);
-  fn.record = &second;
-  ASSERT_EQ(pz.polygonize(fn, 0.1, bounds, Point3D_d(0.2, 0.3, 0.1), m2), int(m1.tris.size()));
-  EXPECT_EQ(m1.tris, m2.tris);
-  EXPECT_EQ(first, second);
-  ASSERT_EQ(pz.vertices().count, int(v1.size()));
-  std::set<V3> points(first.begin(), first.end()), positions;
-  for (size_t i = 0; i < v1.size(); ++i) positions.insert(A(v1[i].position));
-  EXPECT_EQ(points.size(), first.size());
-  EXPECT_EQ(positions.size(), v1.size());
 }
 
 TEST(Polygonizer, Degenerate_FailuresDeliverNothingAndReleaseEverything) {

@@ -13,28 +13,6 @@
 
 using REmath::Point3D_d;
 
-TEST(CProjectorToPolylineTest, Regions_ClampedEndsAndTies) {
-  CProjectorToPolyline corner, vee;
-  corner.SetPoints({Point3D_d(0, 0, 0), Point3D_d(1, 0, 0), Point3D_d(1, 1, 0)});
-  vee.SetPoints({Point3D_d(-1, 1, 0), Point3D_d(0, 0, 0), Point3D_d(1, 1, 0)});
-  // Beyond the first and the last vertex: clamped to the ends, parameters 0 and n − 1.
-  // (0, 2, 0) is at squared distance 2 from both outer vertices of the vee: the first
-  // segment's end wins.
-  const struct {
-    CProjectorToPolyline* pl;
-    Point3D_d p, q;
-    double param;
-  } cases[] = {{&corner, {2, 0.5, 0}, {1, 0.5, 0}, 1.5}, {&corner, {-3, -1, 2}, {0, 0, 0}, 0},
-               {&corner, {1, 5, 0}, {1, 1, 0}, 2},       {&vee, {0, 2, 0}, {-1, 1, 0}, 0}};
-  for (const auto& c : cases) {
-    Point3D_d q;
-    double param = -1;
-    ASSERT_TRUE(c.pl->projectPoint(c.p, q, param));
-    EXPECT_EQ(param, c.param);
-    EXPECT_TRUE(q.x() == c.q.x() && q.y() == c.q.y() && q.z() == c.q.z()) << param;
-  }
-}
-
 TEST(CProjectorToPolylineTest, Degenerate_EmptyAndSingleVertex) {
   CProjectorToPolyline pl;
   Point3D_d q(7, 7, 7);
