@@ -7,9 +7,7 @@
 
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
-#include <cmath>
-#include <vector>
+#include "cloud_bench_common.h"
 
 #ifdef QVMATH_BENCH_PCL
 #include <pcl/features/normal_3d_omp.h>
@@ -23,27 +21,8 @@ using namespace REmath;
 
 namespace {
 
-const CSampleScan& Torus(int n) {
-  static CSampleScan scan;
-  if (scan.cloud.Size() != n) MakeSampleTorus(n, 1.0, 0.3, 0.001, 2024, scan);
-  return scan;
-}
-
-template <class Get>
-double MedianDeg(int n, Get normalOf) {
-  const CSampleScan& t = Torus(n);
-  std::vector<double> e(static_cast<std::size_t>(n));
-  for (int i = 0; i < n; ++i) {
-    double a[3];
-    normalOf(i, a);
-    const Point3D& g = t.trueNormals[std::size_t(i)];
-    const double d = std::fabs(a[0] * g.x() + a[1] * g.y() + a[2] * g.z()) /
-                     std::sqrt(a[0] * a[0] + a[1] * a[1] + a[2] * a[2]);
-    e[std::size_t(i)] = std::isfinite(d) ? std::acos(std::min(1.0, d)) * 57.29577951308232 : 90.0;
-  }
-  std::nth_element(e.begin(), e.begin() + n / 2, e.end());
-  return e[std::size_t(n / 2)];
-}
+using qvbench::MedianDeg;
+using qvbench::Torus;
 
 void BM_Normals_QVmath(benchmark::State& st) {
   const int n = int(st.range(0));
