@@ -6,7 +6,7 @@ QV_PACKAGES=(
   libopenblas-dev liblapacke-dev libcminpack-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   libeigen3-dev libcgal-dev libboost-dev
-  clang-14 libclang-rt-14-dev
+  clang-14 libclang-rt-14-dev clang-format
   libnanoflann-dev
   pybind11-dev python3-numpy python3-pytest
   libcli11-dev libpng-dev

@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
-# Builds everything and runs every test: a plain tree, then the same suites under
-# AddressSanitizer + UndefinedBehaviorSanitizer, then every test labelled `threads` (the
-# tests that run code on more than one thread) under ThreadSanitizer. Any failure exits
-# non-zero.
+# Checks the formatting, then builds everything and runs every test: a plain tree, then the
+# same suites under AddressSanitizer + UndefinedBehaviorSanitizer, then every test labelled
+# `threads` (the tests that run code on more than one thread) under ThreadSanitizer, then
+# a fixed budget of each libFuzzer target. Any failure exits non-zero.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 source scripts/deps.sh
@@ -17,6 +17,9 @@ common=(-DQVMATH_WERROR=ON -DCMAKE_BUILD_TYPE=RelWithDebInfo "-DCMAKE_CXX_FLAGS_
 # failure report needs no more than function names and lines. The sanitizer trees build at
 # -O1, as the sanitizers' own documentation advises, which halves their compile time again.
 san_common=(-DQVMATH_WERROR=ON -DCMAKE_BUILD_TYPE=RelWithDebInfo "-DCMAKE_CXX_FLAGS_RELWITHDEBINFO=-O1 -g1 -DNDEBUG")
+
+echo "== format (clang-format, the tree's .clang-format)"
+git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run -Werror
 
 echo "== plain build"
 cmake -S . -B build/test "${common[@]}" -DQVMATH_SANITIZE=
