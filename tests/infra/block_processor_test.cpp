@@ -286,27 +286,6 @@ TEST(BlockProcessor, Properties_ParallelResultEqualsSerial) {
     }
 }
 
-TEST(BlockProcessor, Regions_CancellationThroughTheCounter) {
-  for (int threads : {0, 2}) {
-    LineStructure s(30, 0);
-    TestProcessor p(s, 30);
-    Configure(p, threads);
-    CProgressCounter pc;
-    Recorder rec;
-    rec.Attach(pc);
-    rec.stopFrom = 30;
-    p.SetProgressCounter(&pc);
-    p.reportSteps = 4;
-    for (int& c : p.costUs) c = 200;
-    EXPECT_THROW(p.Run(), CUserIntrException);
-    EXPECT_EQ(p.workersAlive.load(), 0);
-    EXPECT_EQ(pc.GetPhaseDepth(), 0);  // every sub-phase closed on the way out
-    if (threads == 0) {
-      EXPECT_EQ(p.processed.load(), 8);
-    }
-  }
-}
-
 TEST(BlockProcessor, Regions_AbortAndUserBreak) {
   for (int threads : {0, 3}) {
     for (bool userBreak : {false, true}) {
@@ -369,6 +348,8 @@ TEST(BlockProcessor, Properties_RepeatedRandomRuns) {
     if (fault == 1) p.resultCode[at] = 3;
     if (fault == 2) p.abortAt = at;
     if (fault == 3) p.resultCode[at] = 10;  // the worker asks to stop
+    if (fault == 4 && !counted) fault = 9;
+    if (fault == 4) rec.stopFrom = rng.Int(1, 100);  // the host cancels through the counter
     std::string outcome = "ok";
     try {
       p.Run();
@@ -379,8 +360,8 @@ TEST(BlockProcessor, Properties_RepeatedRandomRuns) {
     } catch (const CUserIntrException&) {
       outcome = "stop";
     }
-    const std::string expected[] = {"boom", "code", "abort", "stop"};
-    EXPECT_EQ(outcome, fault < 4 ? expected[fault] : "ok") << "run " << run;
+    const std::string expected[] = {"boom", "code", "abort", "stop", "stop"};
+    EXPECT_EQ(outcome, fault < 5 ? expected[fault] : "ok") << "run " << run;
     if (fault == 0) {
       p.throwAt = -1;
       p.intervals.clear();
@@ -388,9 +369,9 @@ TEST(BlockProcessor, Properties_RepeatedRandomRuns) {
       EXPECT_EQ(p.Run(), 0);
       fault = 9;
     }
-    if (fault >= 4) p.ExpectCleanSchedule(passes, n);
+    if (fault >= 5) p.ExpectCleanSchedule(passes, n);
     // A complete run's progress never goes back and ends at 100 %.
-    if (fault >= 4 && counted) {
+    if (fault >= 5 && counted) {
       EXPECT_TRUE(std::is_sorted(rec.seen.begin(), rec.seen.end()));
       EXPECT_EQ(rec.seen.empty() ? -1 : rec.seen.back(), 100);
     }
