@@ -115,24 +115,6 @@ Bytes Read(ExternVectorVoidInterface& v, unsigned int index, unsigned int elemen
 
 }  // namespace
 
-TEST_F(ExternVectorTest, Lifecycle_FileAppearsOnFirstGrowthAndIsNeverNamed) {
-  std::unique_ptr<ExternVectorVoidInterface> v(CreateExternVectorVoid(12));
-  v->resize(0, nullptr);
-  v->reserve(0);
-  EXPECT_EQ(VectorFiles(), 0);
-
-  v->reserve(5);
-  EXPECT_EQ(VectorFiles(), 1);  // open, named with the prefix, deleted
-
-  v->clear();
-  EXPECT_EQ(v->capacity(), 0u);
-  EXPECT_EQ(VectorFiles(), 0);
-  v->resize(3, Bytes(12, 1).data());  // usable again after clear
-  EXPECT_EQ(Read(*v, 2, 12), Bytes(12, 1));
-  v.reset();
-  EXPECT_EQ(VectorFiles(), 0);
-}
-
 TEST_F(ExternVectorTest, Properties_RandomOperationsMatchAnInMemoryOracle) {
   for (unsigned int es : {1u, 12u, 4096u}) {
     qvtest::TestRng rng(1000 + es);
@@ -241,8 +223,10 @@ TEST_F(ExternVectorTest, Failure_EveryFailureIsBadAlloc) {
   std::unique_ptr<ExternVectorVoidInterface> v(CreateExternVectorVoid(8));
   EXPECT_THROW(v->resize(kMaxCount + 1u, nullptr), std::bad_alloc);
   EXPECT_THROW(v->reserve(kMaxCount + 1u), std::bad_alloc);
+  v->resize(0, nullptr);
+  v->reserve(0);
   EXPECT_EQ(v->capacity(), 0u);
-  EXPECT_EQ(VectorFiles(), 0);
+  EXPECT_EQ(VectorFiles(), 0);  // no file before the first growth
 
   // No temporary directory: the file cannot be made.
   setenv("TMP", (m_dir + "/missing").c_str(), 1);
@@ -250,6 +234,11 @@ TEST_F(ExternVectorTest, Failure_EveryFailureIsBadAlloc) {
   setenv("TMP", m_dir.c_str(), 1);
   v->reserve(1);
   EXPECT_EQ(v->capacity(), 1u);
+  EXPECT_EQ(VectorFiles(), 1);  // open, named with the prefix, deleted
+  v->clear();
+  EXPECT_EQ(VectorFiles(), 0);
+  v->resize(3, Bytes(8, 1).data());  // usable again after clear
+  EXPECT_EQ(Read(*v, 2, 8), Bytes(8, 1));
 }
 
 // Bad indices and null handles are refused. A handle used after clear() used to read a
