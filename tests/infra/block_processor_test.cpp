@@ -214,26 +214,20 @@ void Configure(TestProcessor& p, int threads) {
 
 }  // namespace
 
-TEST(BlockProcessor, Regions_PreconditionsComeBeforeAnyHook) {
-  LineStructure s(4);
-  TestProcessor p(s, 4);
-  p.SetBlockStructure(nullptr);
-  EXPECT_EQ(p.Run(), -1);
-  p.SetBlockStructure(&s);
-  p.SetExtractBlock(true);
-  p.SetImmediateBlockModify(false);
-  EXPECT_EQ(p.Run(), 9);
-  EXPECT_TRUE(p.calls.empty());
-  EXPECT_EQ(s.resets, 0);
-  EXPECT_EQ(p.CurrentPassNo(), -1);
-}
-
 TEST(BlockProcessor, Regions_HooksPassesAndLastPass) {
   for (int threads : {0, 2}) {
     LineStructure s(5);
     TestProcessor p(s, 5);
     Configure(p, threads);
     p.SetNPasses(3);
+    // Refused before any hook: no structure, or extraction without immediate changes.
+    p.SetBlockStructure(nullptr);
+    EXPECT_EQ(p.Run(), -1);
+    p.SetBlockStructure(&s);
+    p.SetExtractBlock(true);
+    EXPECT_EQ(p.Run(), 9);
+    EXPECT_EQ(p.CurrentPassNo(), -1);
+    p.SetExtractBlock(false);
     EXPECT_EQ(p.Run(), 0);
     const std::vector<std::string> expected{"global-begin", "pass-begin", "pass-end", "pass-begin",
                                             "pass-end",     "pass-begin", "pass-end", "global-end"};

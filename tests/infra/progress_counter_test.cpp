@@ -2,10 +2,8 @@
 #include <qvmath/infra/progress_counter.h>
 #include <qvmath/platform/korva_exception.h>
 
+#include <algorithm>
 #include <atomic>
-#include <chrono>
-#include <cmath>
-#include <limits>
 #include <thread>
 #include <vector>
 
@@ -88,14 +86,6 @@ TEST(ProgressCounter, Properties_RandomNestingMatchesExactComposition) {
     EXPECT_EQ(pc.GetStart(), 0.0);
     EXPECT_EQ(pc.GetStep(), 100.0);
     EXPECT_FALSE(pc.IsHidden());
-    // The callback saw only changes, each within the scale.
-    for (size_t i = 0; i < rec.seen.size(); ++i) {
-      EXPECT_GE(rec.seen[i], 0);
-      EXPECT_LE(rec.seen[i], 100);
-      if (i > 0) {
-        EXPECT_NE(rec.seen[i], rec.seen[i - 1]);
-      }
-    }
   }
 }
 
