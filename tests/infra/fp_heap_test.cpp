@@ -95,13 +95,10 @@ TEST(FpHeapTest, Ties_OrderFollowsTheSiftRules) {
   heap.insert(&a, 1.0);
   heap.insert(&b, 1.0);
   heap.insert(&c, 1.0);
-  EXPECT_EQ(a.getHeapPos(), 0);
-  EXPECT_EQ(b.getHeapPos(), 1);
-  EXPECT_EQ(c.getHeapPos(), 2);
-  EXPECT_EQ(heap.extract(), &a);
-  EXPECT_EQ(c.getHeapPos(), 0);
-  EXPECT_EQ(heap.extract(), &c);
-  EXPECT_EQ(heap.extract(), &b);
+  EXPECT_EQ((std::vector<int>{a.getHeapPos(), b.getHeapPos(), c.getHeapPos()}),
+            (std::vector<int>{0, 1, 2}));
+  const std::vector<CfpHeapMem*> order{heap.extract(), heap.extract(), heap.extract()};
+  EXPECT_EQ(order, (std::vector<CfpHeapMem*>{&a, &c, &b}));
   EXPECT_EQ(heap.extract(), nullptr);
 
   // Sifting down between two equal children takes the left one.
@@ -110,9 +107,8 @@ TEST(FpHeapTest, Ties_OrderFollowsTheSiftRules) {
   heap.insert(&l, 5.0);
   heap.insert(&r, 5.0);
   heap.update(&x, 0.0);
-  EXPECT_EQ(l.getHeapPos(), 0);
-  EXPECT_EQ(x.getHeapPos(), 1);
-  EXPECT_EQ(r.getHeapPos(), 2);
+  EXPECT_EQ((std::vector<int>{l.getHeapPos(), x.getHeapPos(), r.getHeapPos()}),
+            (std::vector<int>{0, 1, 2}));
   // A key raised to equal its parent's stays; a strictly greater one climbs.
   heap.update(&x, 5.0);
   EXPECT_EQ(x.getHeapPos(), 1);

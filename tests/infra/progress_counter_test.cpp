@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <atomic>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "progress_recorder.h"
@@ -23,8 +24,7 @@ TEST_F(ProgressCounterTest, Regions_FinishingOuterReportsInnermostEndAndRestores
   // The end is taken from the phase in force (the innermost), not from the finished one.
   EXPECT_EQ(rec.seen, (std::vector<int>{20, 33}));
   EXPECT_EQ(pc.GetPhaseDepth(), 0);
-  EXPECT_EQ(pc.GetStart(), 0.0);
-  EXPECT_EQ(pc.GetStep(), 100.0);
+  EXPECT_EQ(std::make_pair(pc.GetStart(), pc.GetStep()), std::make_pair(0.0, 100.0));
 }
 
 // Random nests of sub-phases against the exact composition of the phase intervals.
@@ -154,8 +154,7 @@ TEST_F(ProgressCounterTest, Regions_ScopeObjectsCloseDuringExceptions) {
   // Closed without reporting the ends.
   EXPECT_EQ(rec.seen, (std::vector<int>{20, 45, 51}));
   EXPECT_EQ(pc.GetPhaseDepth(), 0);
-  EXPECT_EQ(pc.GetStart(), 0.0);
-  EXPECT_EQ(pc.GetStep(), 100.0);
+  EXPECT_EQ(std::make_pair(pc.GetStart(), pc.GetStep()), std::make_pair(0.0, 100.0));
 
   // A cancelled opening report closes the half-opened sub-phase again.
   rec.stopAt = 70;
