@@ -69,7 +69,6 @@ class TestProcessor : public CBlockProcessor {
     scratch = data;
   }
 
-  // Configuration, fixed during a run.
   LineStructure& structure;
   std::vector<int> costUs;
   std::map<int, int> resultCode;
@@ -81,7 +80,6 @@ class TestProcessor : public CBlockProcessor {
   bool needUnshared = false;
   int stopAtPass = -1;  // SetThisPassLast in this pass
 
-  // Results.
   std::vector<double> data, scratch;
   std::vector<std::string> calls;  // hooks of the managing thread
   std::mutex mutex;

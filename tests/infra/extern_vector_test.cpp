@@ -85,8 +85,7 @@ class ExternVectorTest : public ::testing::Test {
     EXPECT_EQ(rmdir(m_dir.c_str()), 0) << "files left in " << m_dir;
     m_oldTmp.empty() ? unsetenv("TMP") : setenv("TMP", m_oldTmp.c_str(), 1);
   }
-  // Descriptors of this process open on a deleted vector file in the test directory, and
-  // whether the directory is empty.
+  // Descriptors of this process open on a deleted vector file in the test directory.
   int VectorFiles() const {
     int n = 0;
     const std::string prefix = m_dir + "/Korva_FileVectorVoid", deleted = " (deleted)";

@@ -111,11 +111,8 @@ TEST_F(ProgressCounterTest, Degenerate_HiddenCounterIgnoresPositionsAndIntegerSu
   EXPECT_EQ(rec.seen, (std::vector<int>{10}));
 }
 
-TEST(ProgressCounter, Regions_CancellationThrowsOnceThenSilence) {
-  CProgressCounter pc;
-  Recorder rec;
+TEST_F(ProgressCounterTest, Regions_CancellationThrowsOnceThenSilence) {
   rec.stopAt = 30;
-  rec.Attach(pc);
   pc.SetPos(0);  // the position starts at -1: 0 is a change
   pc.SetPos(0);
   pc.SetPos(10);
