@@ -8,7 +8,7 @@ using BlockProc::Block_iter;
 using qvtest::IdOf;
 using qvtest::LineStructure;
 
-TEST(BlockIter, Regions_WalkCompareAndDereference) {
+TEST(BlockStructure, Regions_WalkCompareAndIndex) {
   LineStructure s(3);
   Block_iter it = s.begin();
   EXPECT_EQ(IdOf(*it), 0);
@@ -24,16 +24,13 @@ TEST(BlockIter, Regions_WalkCompareAndDereference) {
   LineStructure other(3);
   EXPECT_FALSE(Block_iter(s.begin().Descriptor(), &other) == s.begin());
   EXPECT_TRUE(Block_iter() == Block_iter(nullptr, nullptr));
-}
-
-TEST(BlockStructure, Properties_DefaultBlockIndexIsIterationOrder) {
+  // The default block index is the iteration order; -1 for the end and foreign blocks.
   for (int n : {0, 1, 7}) {
-    LineStructure s(n);
+    LineStructure t(n);
     int expected = 0;
-    for (Block_iter it = s.begin(); it != s.end(); ++it) EXPECT_EQ(s.BlockIndex(it), expected++);
+    for (Block_iter j = t.begin(); j != t.end(); ++j) EXPECT_EQ(t.BlockIndex(j), expected++);
     EXPECT_EQ(expected, n);
-    EXPECT_EQ(s.BlockIndex(s.end()), -1);
+    EXPECT_EQ(t.BlockIndex(t.end()), -1);
   }
-  LineStructure a(4), b(4);
-  EXPECT_EQ(a.BlockIndex(b.At(2)), -1);  // not a block of this structure
+  EXPECT_EQ(s.BlockIndex(other.At(2)), -1);
 }

@@ -27,7 +27,8 @@ TEST(MultiPhaseManager, Properties_RandomWeightsTileTheCounterRange) {
     std::vector<double> w(static_cast<size_t>(n));
     double total = 0.0;
     for (int i = 0; i < n; ++i) {
-      w[size_t(i)] = rng.Int(0, 3) == 0 ? rng.Uniform(-1.0, 0.0) : rng.Uniform(0.01, 5.0);
+      // A quarter of the weights are 0 or negative: those phases open nothing.
+      w[size_t(i)] = rng.Int(0, 3) == 0 ? -rng.Int(0, 1) : rng.Uniform(0.01, 5.0);
       if (w[size_t(i)] > 0.0) total += w[size_t(i)];
       mgr.RegisterPhase("p" + std::to_string(i), w[size_t(i)]);
     }
@@ -50,16 +51,6 @@ TEST(MultiPhaseManager, Properties_RandomWeightsTileTheCounterRange) {
     }
     EXPECT_EQ(pc.GetPhaseDepth(), 1);
   }
-}
-
-TEST(MultiPhaseManager, Degenerate_NullCounterAndNoPositiveWeight) {
-  CProgressCounter pc;
-  CMultiPhaseManager zero(&pc);
-  zero.RegisterPhase("a", 0.0);
-  zero.RegisterPhase("b", -2.0);
-  zero.StartPhase("a");
-  zero.StartPhase("b");
-  EXPECT_EQ(pc.GetPhaseDepth(), 0);
 }
 
 TEST_F(MultiPhaseManagerTest, Regions_CancellationLeavesNoPhaseBehind) {

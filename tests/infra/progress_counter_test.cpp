@@ -2,11 +2,10 @@
 #include <qvmath/infra/progress_counter.h>
 #include <qvmath/platform/korva_exception.h>
 
+#include <algorithm>
 #include <atomic>
-#include <chrono>
-#include <cmath>
-#include <limits>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "progress_recorder.h"
@@ -25,8 +24,7 @@ TEST_F(ProgressCounterTest, Regions_FinishingOuterReportsInnermostEndAndRestores
   // The end is taken from the phase in force (the innermost), not from the finished one.
   EXPECT_EQ(rec.seen, (std::vector<int>{20, 33}));
   EXPECT_EQ(pc.GetPhaseDepth(), 0);
-  EXPECT_EQ(pc.GetStart(), 0.0);
-  EXPECT_EQ(pc.GetStep(), 100.0);
+  EXPECT_EQ(std::make_pair(pc.GetStart(), pc.GetStep()), std::make_pair(0.0, 100.0));
 }
 
 // Random nests of sub-phases against the exact composition of the phase intervals.
@@ -88,14 +86,6 @@ TEST(ProgressCounter, Properties_RandomNestingMatchesExactComposition) {
     EXPECT_EQ(pc.GetStart(), 0.0);
     EXPECT_EQ(pc.GetStep(), 100.0);
     EXPECT_FALSE(pc.IsHidden());
-    // The callback saw only changes, each within the scale.
-    for (size_t i = 0; i < rec.seen.size(); ++i) {
-      EXPECT_GE(rec.seen[i], 0);
-      EXPECT_LE(rec.seen[i], 100);
-      if (i > 0) {
-        EXPECT_NE(rec.seen[i], rec.seen[i - 1]);
-      }
-    }
   }
 }
 
@@ -121,11 +111,8 @@ TEST_F(ProgressCounterTest, Degenerate_HiddenCounterIgnoresPositionsAndIntegerSu
   EXPECT_EQ(rec.seen, (std::vector<int>{10}));
 }
 
-TEST(ProgressCounter, Regions_CancellationThrowsOnceThenSilence) {
-  CProgressCounter pc;
-  Recorder rec;
+TEST_F(ProgressCounterTest, Regions_CancellationThrowsOnceThenSilence) {
   rec.stopAt = 30;
-  rec.Attach(pc);
   pc.SetPos(0);  // the position starts at -1: 0 is a change
   pc.SetPos(0);
   pc.SetPos(10);
@@ -164,8 +151,7 @@ TEST_F(ProgressCounterTest, Regions_ScopeObjectsCloseDuringExceptions) {
   // Closed without reporting the ends.
   EXPECT_EQ(rec.seen, (std::vector<int>{20, 45, 51}));
   EXPECT_EQ(pc.GetPhaseDepth(), 0);
-  EXPECT_EQ(pc.GetStart(), 0.0);
-  EXPECT_EQ(pc.GetStep(), 100.0);
+  EXPECT_EQ(std::make_pair(pc.GetStart(), pc.GetStep()), std::make_pair(0.0, 100.0));
 
   // A cancelled opening report closes the half-opened sub-phase again.
   rec.stopAt = 70;
