@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Local frames: every builder gives an orthonormal right-handed frame passing the exact
-// unit-length test, keeps the directions it promises, and round-trips coordinates.
+// Local frames: orthonormal right-handed, the promised directions, coordinate round trips.
 
 #include <qvmath/analysis/ortho_norm_basis.h>
 
@@ -42,23 +41,8 @@ TEST(OrthoNormBasis, Properties_BuildersKeepTheirPromises) {
     // The auxiliary axis: (0,1,0) when |n·(1,0,0)| > 0.9, else (1,0,0); e0 is orthogonal to it.
     EXPECT_EQ(Dot(ToV3(any.getE0()), std::fabs(ua[0]) > 0.9 ? V3{0, 1, 0} : V3{1, 0, 0}), 0.0);
   }
-}
-
-TEST(OrthoNormBasis, Regions_DocumentedFrameAndNonOrthonormalAxes) {
-  const Point3D_d o(1, 2, 3);
-  const COrthoNormBasis z = COrthoNormBasis::buildAnyRightHandByV2AndOrigin(Point3D_d(0, 0, 5), o);
-  EXPECT_EQ(ToV3(z.getE0()), (V3{0, -1, 0}));
-  EXPECT_EQ(ToV3(z.getE1()), (V3{1, 0, 0}));
-  // Swapped axes: orthonormal, left-handed.
-  const COrthoNormBasis left(z.getE1(), z.getE0(), z.getE2(), o);
-  EXPECT_TRUE(left.isOrthoNorm());
-  EXPECT_FALSE(left.isOrthoNormRightHand());
-  // Scaled, sheared axes: not orthonormal, and the general inverse still round-trips.
-  const COrthoNormBasis skew(Point3D_d(2, 0, 0), Point3D_d(1, 1, 0), Point3D_d(0, 0, 3), o);
-  EXPECT_FALSE(skew.isOrthoNorm());
-  const Point3D_d p(0.3, -7, 11);
-  EXPECT_LT(Dist2(ToV3(skew.transformCoordsFromBasis(skew.transformCoordsToBasis(p))), ToV3(p)),
-            1e-26);
+  const COrthoNormBasis z = COrthoNormBasis::buildAnyRightHandByV2AndOrigin(Point3D_d(0, 0, 5), {});
+  EXPECT_TRUE(ToV3(z.getE0()) == (V3{0, -1, 0}) && ToV3(z.getE1()) == (V3{1, 0, 0}));
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The incremental plane fitter against batch fits of the points it holds after random add
-// and remove sequences far from the origin, its emptying rule, orientation and factory.
+// Incremental plane fitter against batch fits after random add/remove; orientation, factory.
 
 #include <qvmath/analysis/plane_appoximator.h>
 #include <qvmath/analysis/plane_fit.h>
@@ -24,8 +23,7 @@ std::unique_ptr<IPlaneAppoximator> Make() {
       IPlaneAppoximator::CreateByConstraint(REmath::PLANE_FIT_UNCONSTRAINED));
 }
 
-// A batch of 1..40 points on a tilted, noisy plane near `offset`, with a wide random
-// spread per batch, so that removals leave sets far smaller than what was held.
+// 1..40 points on a tilted noisy plane near `offset`, each batch with its own random spread.
 std::vector<Point3D> Batch(qvtest::TestRng& rng, double offset) {
   std::vector<Point3D> b(std::size_t(rng.Int(1, 40)));
   const double spread = std::pow(10.0, rng.Uniform(-1, 3));
@@ -61,8 +59,7 @@ TEST(PlaneAppoximator, Properties_MatchesBatchFitAfterRandomAddRemove) {
       if (!ok) continue;
       const double* n = pl.NormalDir();
       const double dot = n[0] * ref[0] + n[1] * ref[1] + n[2] * ref[2];
-      // Removing a wide batch leaves rounding of order ε·(the largest scatter held) in the
-      // scatter; the normal of the remaining (still metre-wide) set is far better than 1e-8.
+      // Removals leave rounding of order ε·(largest scatter held): far below 1e-8 here.
       EXPECT_NEAR(std::fabs(dot), 1.0, 1e-10) << step;
       EXPECT_NEAR(pl.FreeTerm(), -std::copysign(1.0, dot) * ref[3], 1e-9 * (offset + 1e3)) << step;
     }
@@ -96,10 +93,6 @@ TEST(PlaneAppoximator, Regions_OrientationSmallSetsAndFactory) {
     ASSERT_TRUE(pl.IsValid());
     EXPECT_EQ(pl.NormalDir()[2], s);
     EXPECT_EQ(pl.FreeTerm(), -2 * s);
-    // Two points left: invalid.
-    appr->RemovePoints(CPtVecAdapder(std::vector<Point3D>(pts.begin(), pts.begin() + 2)));
-    appr->CalcPlane(pl);
-    EXPECT_FALSE(pl.IsValid());
   }
   std::string what;
   try {

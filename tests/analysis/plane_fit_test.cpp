@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: MIT
-// Least-squares planes: analytic planes under rigid motions and far from the origin against
-// an Eigen oracle, the orientation and sign conventions, degenerate sets, the fit error.
+// Least-squares planes against an Eigen oracle; orientation, sign, degenerate sets, fit error.
 
 #include <qvmath/analysis/plane_fit.h>
 
 #include <Eigen/Dense>
 #include <cmath>
-#include <limits>
 
 #include "test_util.h"
 
@@ -15,8 +13,7 @@ namespace {
 using REmath::Point3D;
 using REmath::Point3D_d;
 
-// Random rotation (QR of a Gaussian matrix, det +1) and a plane sample set: points on the
-// plane z = 0 of a local frame spread over ±spread, with normal noise, moved by R and t.
+// Points on the local plane z = 0 over ±spread with normal noise, moved by R and t.
 template <class P>
 std::vector<P> PlanePoints(qvtest::TestRng& rng, const Eigen::Matrix3d& R, const Eigen::Vector3d& t,
                            int n, double spread, double noise) {
@@ -38,21 +35,16 @@ Eigen::Matrix3d RandomRotation(qvtest::TestRng& rng) {
   return q;
 }
 
-// Oracle: centroid and smallest-eigenvalue axis of the points, in long double about the
-// exact mean, by Eigen's self-adjoint solver.
+// Oracle: centroid and smallest-eigenvalue axis in long double, by Eigen's solver.
 template <class P>
 void OraclePlane(const std::vector<P>& pts, Eigen::Vector3d& c, Eigen::Vector3d& n) {
-  using V = Eigen::Matrix<long double, 3, 1>;
-  V m = V::Zero();
-  for (const P& p : pts) m += V(p.x(), p.y(), p.z());
-  m /= (long double)pts.size();
-  Eigen::Matrix<long double, 3, 3> S = Eigen::Matrix<long double, 3, 3>::Zero();
-  for (const P& p : pts) {
-    const V d = V(p.x(), p.y(), p.z()) - m;
-    S += d * d.transpose();
-  }
-  Eigen::SelfAdjointEigenSolver<Eigen::Matrix<long double, 3, 3>> es(S);
-  c = m.cast<double>();
+  Eigen::Matrix<long double, Eigen::Dynamic, 3> X(pts.size(), 3);
+  for (std::size_t i = 0; i < pts.size(); ++i)
+    X.row(Eigen::Index(i)) << pts[i].x(), pts[i].y(), pts[i].z();
+  const Eigen::Matrix<long double, 1, 3> m = X.colwise().mean();
+  X.rowwise() -= m;
+  Eigen::SelfAdjointEigenSolver<Eigen::Matrix<long double, 3, 3>> es(X.transpose() * X);
+  c = m.transpose().cast<double>();
   n = es.eigenvectors().col(0).cast<double>();
 }
 
@@ -65,8 +57,7 @@ TYPED_TEST(PlaneFitTest, Properties_RigidMotionsAndFarOffsetsMatchOracle) {
   using P = TypeParam;
   qvtest::TestRng rng(9301);
   SCOPED_TRACE(rng.Trace());
-  // A float point near 1e6 is on a 0.0625 grid: the noise then exceeds the spread's
-  // tolerance, but the oracle sees the same rounded points.
+  // Float points near 1e6 lie on a 0.0625 grid; the oracle sees the same rounded points.
   for (const double offset : {0.0, 1e3, 1e6}) {
     for (int trial = 0; trial < 20; ++trial) {
       const Eigen::Matrix3d R = RandomRotation(rng);
@@ -95,33 +86,21 @@ TEST(PlaneFit, Regions_OrientationAndSignConventions) {
     Point3D_d o, n;
     ASSERT_TRUE(RecognizePlaneSelectionFree(pts, Point3D(0, 0, s), o, n));
     EXPECT_EQ(n.z(), s);
-    EXPECT_EQ(o.x(), 0.75);
-    EXPECT_EQ(o.y(), 1.0);
-    EXPECT_EQ(o.z(), 1.0);
+    EXPECT_TRUE(o.x() == 0.75 && o.y() == 1.0 && o.z() == 1.0);
   }
 }
 
-TEST(PlaneFit, Degenerate_SmallCollinearDuplicateAndNonFiniteSets) {
+TEST(PlaneFit, Degenerate_SmallAndNonFiniteSetsRefused) {
   double plane[4] = {-7, 0, 0, 0}, c[3] = {-7, 0, 0};
   Point3D_d o(-7, 0, 0), n;
-  const float nan = std::numeric_limits<float>::quiet_NaN();
   const std::vector<Point3D> two = {{0, 0, 0}, {1, 1, 1}},
-                             withNan = {{0, 0, 0}, {1, 0, 0}, {0, nan, 0}};
+                             withNan = {{0, 0, 0}, {1, 0, 0}, {0, NAN, 0}};
   for (const auto& pts : {two, withNan, std::vector<Point3D>()}) {
     EXPECT_FALSE(FitPlaneToPointSet(pts, plane, c));
     EXPECT_FALSE(RecognizePlaneSelectionFree(pts, Point3D(0, 0, 1), o, n));
   }
   // Refusals leave the outputs untouched.
   EXPECT_EQ(plane[0] + c[0] + o.x(), -21.0);
-  // Collinear and coincident sets still give a unit normal, perpendicular to the line.
-  const std::vector<Point3D> line = {{0, 0, 0}, {1, 2, 3}, {2, 4, 6}, {-1, -2, -3}};
-  ASSERT_TRUE(RecognizePlaneSelectionFree(line, Point3D(0, 0, 1), o, n));
-  EXPECT_NEAR(n.length(), 1.0, 1e-15);
-  EXPECT_NEAR(n.x() + 2 * n.y() + 3 * n.z(), 0.0, 1e-14);
-  ASSERT_TRUE(RecognizePlaneSelectionFree(std::vector<Point3D>(5, Point3D(4, 5, 6)),
-                                          Point3D(0, 0, 1), o, n));
-  EXPECT_NEAR(n.length(), 1.0, 1e-15);
-  EXPECT_EQ(o.z(), 6.0);
 }
 
 TEST(PlaneFit, Regions_FitErrorOfKnownDistances) {

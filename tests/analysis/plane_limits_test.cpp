@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Extents of a selection: a rotated rectangle far from the origin recovers its axes and
-// side lengths; the box matches brute force; empty sources and invalid planes are refused.
+// Selection extents: a rotated rectangle far off gives its axes and sides; refusals.
 
 #include <qvmath/analysis/plane_limits.h>
 

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Constrained plane recognition: outliers rejected, fixed normal, plane through an anchor,
-// and a cone-limited normal checked against a dense scan of the cone's boundary.
+// Constrained planes: outliers, anchor, and a cone-limited normal against a dense cone scan.
 
 #include <qvmath/analysis/plane_selection_constrained.h>
 
@@ -17,8 +16,7 @@ double Dot(const Point3D_d& a, const Point3D_d& b) {
   return a.x() * b.x() + a.y() * b.y() + a.z() * b.z();
 }
 
-// 300 points on z = 0.2·x + 5 (noise ±0.01) over [−10, 10] × [−3, 3], one in ten lifted by
-// 3..8 (scanner spikes).
+// 300 points on z = 0.2·x + 5 (noise ±0.01), one in ten lifted by 3..8 (scanner spikes).
 std::vector<Point3D> Scene(qvtest::TestRng& rng) {
   std::vector<Point3D> pts;
   for (int i = 0; i < 300; ++i) {
@@ -61,9 +59,8 @@ TEST(PlaneSelectionConstrained, Regions_ConstraintsAndRejection) {
   ASSERT_TRUE(RecognizePlaneSelectionConstrained(pts, view, 0, 0, true, -1, off, z, o, n, maxErr,
                                                  meanErr, a0, a1, nullptr, nullptr));
   EXPECT_NEAR(Dot(Point3D_d(off.x() - o.x(), off.y() - o.y(), off.z() - o.z()), n), 0.0, 1e-12);
-  // The best plane within 5° of z is on the cone (the truth is 11.3° away), and no normal
-  // of a dense scan of that cone does better on the same inliers (o is their centroid, the
-  // best offset for every normal).
+  // Within 5° of z the best plane is on the cone (truth 11.3° away); no normal of a dense
+  // scan of the cone does better on the same inliers (o, their centroid, is optimal).
   const double alpha = 5 * 3.141592653589793 / 180;
   ASSERT_TRUE(RecognizePlaneSelectionConstrained(pts, view, 10, 2.0, false, alpha, anchor, z, o, n,
                                                  maxErr, meanErr, a0, a1, nullptr, nullptr));

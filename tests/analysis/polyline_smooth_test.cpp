@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
-// λ|μ polyline smoothing: the analytic shrink factor of a regular polygon (with the float
-// rounding of the weights), end rules, fixed vertices bit-exact with a local correction,
-// and the refusals that leave the polyline untouched.
+// λ|μ smoothing: regular-polygon shrink factor, fixed vertices bit-exact, refusals.
 
 #include <qvmath/analysis/polyline_smooth.h>
 
@@ -40,11 +38,10 @@ TYPED_TEST(PolylineSmoothTest, Properties_RegularPolygonShrinksByTransferFactor)
   const double mu = lambda / (1 - double(0.1f) * lambda);
   for (const bool preserve : {false, true}) {
     auto pts = Polygon<P>(12, 10.0);
-    const int iters = 7;
-    ASSERT_TRUE(smoothPolylineWithFixedPoints(
-        pts, CPolylineSmoothParams(true, 0.4, iters, preserve, nullptr)));
+    ASSERT_TRUE(
+        smoothPolylineWithFixedPoints(pts, CPolylineSmoothParams(true, 0.4, 7, preserve, nullptr)));
     const double f = (1 - lambda * k) * (preserve ? 1 + mu * k : 1.0);
-    const double want = 10.0 * std::pow(f, iters);
+    const double want = 10.0 * std::pow(f, 7);
     for (const P& p : pts) {
       EXPECT_NEAR(std::hypot(double(p.x()), double(p.y())), want, tol * 10) << preserve;
     }
@@ -78,8 +75,7 @@ TYPED_TEST(PolylineSmoothTest, Properties_FixedVerticesExactAndCorrectionLocal) 
       }
       const auto& a = pinned[std::size_t(i)];
       const auto& b = (dist == 0 ? start : free)[std::size_t(i)];
-      // Fixed vertices return bit-exact; beyond the fields' reach (5 iterations of two
-      // passes: 10 vertices) the result is the free one, bit for bit.
+      // Fixed vertices bit-exact; beyond 10 vertices (5 × 2 passes) as if free, bit for bit.
       const bool same = a.x() == b.x() && a.y() == b.y() && a.z() == b.z();
       EXPECT_TRUE(same || (dist > 0 && dist <= 10)) << i;
     }

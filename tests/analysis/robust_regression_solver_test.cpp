@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: MIT
-// Robust regression: a line and a plane recovered from data with 30% gross outliers, the
-// scale and weight rules on scripted residuals, and the failure statuses.
+// Robust regression: fits despite 30% gross outliers; scale and weight rules; statuses.
 
 #include <qvmath/analysis/robust_regression_solver.h>
 
 #include <Eigen/Dense>
 #include <cmath>
-#include <limits>
 
 #include "test_util.h"
 
@@ -40,9 +38,8 @@ class LinearTask : public IRegressionAnalysisTask {
 TEST(RobustRegression, Properties_RecoversLineAndPlaneDespiteGrossOutliers) {
   qvtest::TestRng rng(5150);
   SCOPED_TRACE(rng.Trace());
-  const std::vector<Eigen::VectorXd> truths = {Eigen::Vector2d(2.0, -1.0),
-                                               Eigen::Vector3d(0.5, -3.0, 7.0)};
-  for (const Eigen::VectorXd& truth : truths) {
+  for (const Eigen::VectorXd& truth : {Eigen::VectorXd(Eigen::Vector2d(2.0, -1.0)),
+                                       Eigen::VectorXd(Eigen::Vector3d(0.5, -3.0, 7.0))}) {
     const int n = 300, dims = int(truth.size());
     Eigen::MatrixXd X(n, dims);
     Eigen::VectorXd y(n);
@@ -56,8 +53,7 @@ TEST(RobustRegression, Properties_RecoversLineAndPlaneDespiteGrossOutliers) {
     Solver solver(task);
     ASSERT_EQ(solver.solveRegression(), Solver::kConverged);
     EXPECT_LT((task.theta - truth).norm(), 5e-3) << truth.transpose();
-    // The scale never falls below the first, contaminated estimate, which still lies
-    // far below the outliers: they are all dropped, the inliers all kept.
+    // The scale floor (the first, contaminated estimate) is still far below the outliers.
     for (int i = 0; i < n; ++i) {
       EXPECT_EQ(solver.suppWeights()[std::size_t(i)] == 0, i % 10 < 3) << i;
     }
@@ -91,7 +87,6 @@ TEST(RobustRegression, Regions_ScaleMedianFloorAndWeights) {
     return 1 / std::pow(1 + (r / scale) * (r / scale), 2);
   };
   const double w3 = W(1, s);
-  const double nan = std::numeric_limits<double>::quiet_NaN();
   struct Case {
     std::vector<std::vector<double>> rounds;
     int status;
@@ -109,7 +104,7 @@ TEST(RobustRegression, Regions_ScaleMedianFloorAndWeights) {
       {{{2, 2, 2, 2}, {1, 1, 1, 1}}, Solver::kConverged, 2 * s, {}},
       // More than half exact: zero scale, every weight 0.
       {{{0, 0, 0, 5}}, Solver::kZeroScale, 0, {0, 0, 0, 0}},
-      {{{1, nan, 1}}, Solver::kBadResidual, 0, {}},
+      {{{1, NAN, 1}}, Solver::kBadResidual, 0, {}},
   };
   for (const Case& c : cases) {
     ScriptedTask task(c.rounds);

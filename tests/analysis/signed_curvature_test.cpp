@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Signed curvatures: analytic surfaces under rigid motions (with a tilted normal and far
-// from the origin), the sign convention, and every degenerate neighbourhood refused.
+// Signed curvatures: analytic surfaces under rigid motions, tilted normal; refusals.
 
-#include <qvmath/analysis/curvatures.h>
-#include <qvmath/analysis/quadric_normal.h>
 #include <qvmath/analysis/signed_curvature.h>
 
 #include <cmath>
@@ -29,8 +26,7 @@ TEST(SignedCurvature, Regions_AnalyticSurfacesUnderRigidMotions) {
       CSignedCurvature c;
       ASSERT_TRUE(GetSignedCurvatures(int(pts.size()), pts.data(), D(m.t), D(m.Dir(tilt)), c));
       ASSERT_TRUE(c.valid);
-      // Float input (6e-8 relative) over a sagitta of rho²·k/2 and the quartic term of the
-      // sphere and cylinder (relative rho²·k²/4 ≈ 2.5e-3 at k = 2): 1e-2 absolute + relative.
+      // Float input over a sagitta rho²·k/2, and the quartic term (2.5e-3 relative at k = 2).
       const double tol = 1e-2 * (1 + std::fabs(s.k1));
       EXPECT_NEAR(c.k1, s.k1, tol);
       EXPECT_NEAR(c.k2, s.k2, tol);
@@ -39,8 +35,8 @@ TEST(SignedCurvature, Regions_AnalyticSurfacesUnderRigidMotions) {
         EXPECT_GT(AbsCos(ToV3(c.dir1), m.Dir(s.dir1)), 0.999);
         EXPECT_GT(AbsCos(ToV3(c.dir2), m.Dir(s.dir2)), 0.999);
       }
-      // With the analytic normals (every seventh on the wrong side, flipped back): the
-      // normal-difference fit; exact on sphere and cylinder, first order on the others.
+      // Analytic normals, every seventh on the wrong side (flipped back): exact on sphere
+      // and cylinder, first order on the others.
       std::vector<REmath::Point3D> nrm;
       for (const REmath::Point3D& p : pts) {
         const V3 d = Sub({p.x(), p.y(), p.z()}, m.t);
@@ -55,49 +51,8 @@ TEST(SignedCurvature, Regions_AnalyticSurfacesUnderRigidMotions) {
       const double wtol = (s.k1 == s.k2 || s.k2 == 0 ? 1e-5 : 6e-3) * (1 + std::fabs(s.k2));
       EXPECT_NEAR(w.k1, s.k1, wtol);
       EXPECT_NEAR(w.k2, s.k2, wtol);
-      if (s.k1 != s.k2) {
-        EXPECT_GT(AbsCos(ToV3(w.dir1), m.Dir(s.dir1)), 0.999);
-      }
-      // Flipping the normal flips every curvature: k1 ↔ −k2.
-      CSignedCurvature f;
-      ASSERT_TRUE(
-          GetSignedCurvatures(int(pts.size()), pts.data(), D(m.t), D(Scale(m.Dir(tilt), -1)), f));
-      EXPECT_NEAR(f.k1, -c.k2, 1e-9 * (1 + std::fabs(c.k2)));
-      EXPECT_NEAR(f.k2, -c.k1, 1e-9 * (1 + std::fabs(c.k1)));
+      EXPECT_TRUE(s.k1 == s.k2 || AbsCos(ToV3(w.dir1), m.Dir(s.dir1)) > 0.999);
     }
-  }
-}
-
-TEST(SignedCurvature, Properties_FarFromOriginSameAsAtOrigin) {
-  TestRng rng(9102);
-  SCOPED_TRACE(rng.Trace());
-  const Surface& s = Surfaces()[2];
-  for (int trial = 0; trial < 20; ++trial) {
-    const Motion m = RandomMotion(rng, 0);
-    // A neighbourhood of radius 50 on the grid of 1/8 (the float spacing just above 2^20),
-    // and the same points moved by exactly 2^20 on every axis: every local difference is
-    // then the same.
-    std::vector<REmath::Point3D> pts = Sample(s, m, 0.1, 30, rng), far = pts;
-    for (auto& p : pts)
-      for (float* v : {&p.x(), &p.y(), &p.z()}) *v = std::round(*v * 4000.0f) / 8.0f;
-    for (size_t i = 0; i < pts.size(); ++i)
-      far[i] = REmath::Point3D(pts[i].x() + 1048576.0f, pts[i].y() + 1048576.0f,
-                               pts[i].z() + 1048576.0f);
-    CSignedCurvature a, b;
-    ASSERT_TRUE(
-        GetSignedCurvatures(30, pts.data(), D({pts[0].x(), pts[0].y(), pts[0].z()}), D(m.c[2]), a));
-    ASSERT_TRUE(
-        GetSignedCurvatures(30, far.data(), D({far[0].x(), far[0].y(), far[0].z()}), D(m.c[2]), b));
-    EXPECT_NEAR(a.k1, 2.0 / 500, 1e-4);
-    EXPECT_NEAR(b.k1, a.k1, 1e-12);
-    EXPECT_NEAR(b.k2, a.k2, 1e-12);
-    // The quadric-fit normal and curvature alike.
-    double na[3], nb[3];
-    CQuadraticForm qa, qb;
-    ASSERT_TRUE(GetNormal2(30, pts.data(), nullptr, &qa, na, nullptr, nullptr));
-    ASSERT_TRUE(GetNormal2(30, far.data(), nullptr, &qb, nb, nullptr, nullptr));
-    EXPECT_NEAR(AbsCos({na[0], na[1], na[2]}, {nb[0], nb[1], nb[2]}), 1, 1e-15);
-    EXPECT_NEAR(MaxCurvature(qa), MaxCurvature(qb), 1e-12);
   }
 }
 
@@ -121,8 +76,7 @@ TEST(SignedCurvature, Degenerate_RefusedNeverNaN) {
     r.valid = true;
     EXPECT_FALSE(GetSignedCurvatures(int(c.pts->size()), c.pts->data(), o, c.normal, r));
     EXPECT_FALSE(r.valid);
-    EXPECT_EQ(r.k1, 0.0);
-    EXPECT_EQ(r.k2, 0.0);
+    EXPECT_TRUE(r.k1 == 0.0 && r.k2 == 0.0);
     EXPECT_FALSE(std::isnan(r.conditioning));
     const std::vector<REmath::Point3D> zero(c.pts->size(), REmath::Point3D(0, 0, 0));
     EXPECT_FALSE(GetSignedCurvatures(int(c.pts->size()), c.pts->data(), zero.data(), o, up, r));
