@@ -47,8 +47,9 @@ int main() {
   const Point3D_d hp = h.projectW();
   std::printf("  %-28s (%g, %g, %g, %g)\n", "h", h.x(), h.y(), h.z(), h.w());
   Print("h.projectW() keeps x,y,z", hp);
-  std::printf("  %-28s %s\n", "(1,0,0,5) < (0,2,0,1)",
-              HPoint3D_d(1, 0, 0, 5) < HPoint3D_d(0, 2, 0, 1) ? "true (compares lengths)" : "false");
+  std::printf(
+      "  %-28s %s\n", "(1,0,0,5) < (0,2,0,1)",
+      HPoint3D_d(1, 0, 0, 5) < HPoint3D_d(0, 2, 0, 1) ? "true (compares lengths)" : "false");
 
   Title("Matrices (column-major, m[j][i] is row i of column j)");
   Matrix<double> a(2, 3), b(3, 2);
@@ -96,15 +97,15 @@ int main() {
   Title("Squared distance from a point to a triangle");
   const Point3D tri[3] = {Point3D(0, 0, 0), Point3D(1, 0, 0), Point3D(0, 1, 0)};
   const float* corners[3] = {tri[0].asArray(), tri[1].asArray(), tri[2].asArray()};
-  const char* regionName[7] = {"face", "edge AB", "edge BC", "edge CA", "vertex A", "vertex B",
-                               "vertex C"};
-  for (const Point3D& p : {Point3D(0.2f, 0.2f, 1.0f), Point3D(2.0f, -1.0f, 0.0f),
-                           Point3D(0.5f, -0.5f, 0.5f)}) {
+  const char* regionName[7] = {"face",     "edge AB",  "edge BC", "edge CA",
+                               "vertex A", "vertex B", "vertex C"};
+  for (const Point3D& p :
+       {Point3D(0.2f, 0.2f, 1.0f), Point3D(2.0f, -1.0f, 0.0f), Point3D(0.5f, -0.5f, 0.5f)}) {
     int region = -1;
     float foot[3];
     const float d2 = distancePointTriangle2(p.asArray(), corners, region, foot);
-    std::printf("  p = (%4.1f, %4.1f, %4.1f): d2 = %-6g nearest (%g, %g, %g) on the %s\n",
-                p.x(), p.y(), p.z(), d2, foot[0], foot[1], foot[2], regionName[region]);
+    std::printf("  p = (%4.1f, %4.1f, %4.1f): d2 = %-6g nearest (%g, %g, %g) on the %s\n", p.x(),
+                p.y(), p.z(), d2, foot[0], foot[1], foot[2], regionName[region]);
   }
 
   Title("Colour ramp and HSV");

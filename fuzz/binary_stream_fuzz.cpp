@@ -4,16 +4,14 @@
 // regular file: a read succeeds exactly when the bytes are there; a skip to a place inside
 // the file succeeds and one before the start fails (one past the end may do either); the
 // position follows every successful call.
-#include <qvmath/infra/binary_stream.h>
-
 #include <fuzzer/FuzzedDataProvider.h>
+#include <qvmath/infra/binary_stream.h>
+#include <qvmath/platform/korva_exception.h>
 
 #include <cstdint>
 #include <cstring>
 #include <string>
 #include <vector>
-
-#include <qvmath/platform/korva_exception.h>
 
 #include "fuzz_file.h"
 
@@ -54,10 +52,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         QVFUZZ_CHECK(pos >= 0);
       }
     } else if (op == 2) {
-      const std::int32_t off = wide ? in.ConsumeIntegral<std::int32_t>()
-                                    : in.ConsumeIntegralInRange<std::int32_t>(
-                                          -static_cast<std::int32_t>(fileSize) - 2,
-                                          static_cast<std::int32_t>(fileSize) + 2);
+      const std::int32_t off =
+          wide ? in.ConsumeIntegral<std::int32_t>()
+               : in.ConsumeIntegralInRange<std::int32_t>(-static_cast<std::int32_t>(fileSize) - 2,
+                                                         static_cast<std::int32_t>(fileSize) + 2);
       const std::int64_t to = pos + off;
       try {
         stream.skipReadData(off);

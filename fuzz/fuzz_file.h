@@ -3,21 +3,21 @@
 // regular file, and a check that stops the run so that libFuzzer keeps the input.
 #pragma once
 
+#include <sys/types.h>
+
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
-#include <sys/types.h>
-
 /// Aborts with the failed condition: libFuzzer reports it as a crash and saves the input.
-#define QVFUZZ_CHECK(cond)                                                        \
-  do {                                                                            \
-    if (!(cond)) {                                                                \
+#define QVFUZZ_CHECK(cond)                                                          \
+  do {                                                                              \
+    if (!(cond)) {                                                                  \
       std::fprintf(stderr, "%s:%d: check failed: %s\n", __FILE__, __LINE__, #cond); \
-      std::abort();                                                               \
-    }                                                                             \
+      std::abort();                                                                 \
+    }                                                                               \
   } while (0)
 
 namespace qvfuzz {

@@ -2,14 +2,14 @@
 // Component-filter doubles shared by the wrapper fuzz target and the seed writer.
 #pragma once
 
+#include <qvmath/infra/component_filter.h>
+#include <qvmath/infra/delta_state_logger.h>
+#include <qvmath/infra/save_load_log.h>
+
 #include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
-
-#include <qvmath/infra/component_filter.h>
-#include <qvmath/infra/delta_state_logger.h>
-#include <qvmath/infra/save_load_log.h>
 
 namespace qvfuzz {
 

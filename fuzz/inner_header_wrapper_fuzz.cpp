@@ -7,18 +7,16 @@
 // within the file; skipped blocks are logged once each; the tail count is the number of
 // bytes left in the stream; refusals are CKorvaException (CUnknownFormatError included) and
 // nothing else.
-#include <qvmath/infra/inner_header_wrapper.h>
-
 #include <fuzzer/FuzzedDataProvider.h>
+#include <qvmath/infra/binary_stream.h>
+#include <qvmath/infra/inner_header_wrapper.h>
+#include <qvmath/infra/skip_till_the_end.h>
+#include <qvmath/platform/korva_exception.h>
 
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
-
-#include <qvmath/infra/binary_stream.h>
-#include <qvmath/infra/skip_till_the_end.h>
-#include <qvmath/platform/korva_exception.h>
 
 #include "fuzz_file.h"
 #include "fuzz_filters.h"

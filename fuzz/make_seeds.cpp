@@ -3,17 +3,17 @@
 //   make_seeds <dir>   creates <dir>/<target>/<seed> for every target.
 // The seeds are committed; run this again only when a format or a target's input layout
 // changes.
+#include <qvmath/core/sparse_vector.h>
+#include <qvmath/infra/binary_stream.h>
+#include <qvmath/infra/component_filter.h>
+#include <qvmath/infra/inner_header_wrapper.h>
+
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <limits>
 #include <string>
 #include <vector>
-
-#include <qvmath/core/sparse_vector.h>
-#include <qvmath/infra/binary_stream.h>
-#include <qvmath/infra/component_filter.h>
-#include <qvmath/infra/inner_header_wrapper.h>
 
 #include "fuzz_filters.h"
 
@@ -102,8 +102,8 @@ int main(int argc, char** argv) {
 
   const std::string m29 = qvfuzz::kBlockMarks[2], m30 = qvfuzz::kBlockMarks[3];
   const Bytes one = Document({{"Blob", 0, {'h', 'e', 'l', 'l', 'o'}}}, false, "");
-  const Bytes mixed = Document(
-      {{"Blob", 0, {1, 2, 3}}, {"Other", 1, {4, 5}}, {"Blob", 1, {}}}, true, "tail bytes");
+  const Bytes mixed =
+      Document({{"Blob", 0, {1, 2, 3}}, {"Other", 1, {4, 5}}, {"Blob", 1, {}}}, true, "tail bytes");
   const Bytes longMarks = Document({{m29, 1, {9}}, {m30, 1, {8, 7}}}, false, "x");
   ok &= Put(dir, "inner_header_wrapper", "one_block", WithConfig(one, 0x00));
   ok &= Put(dir, "inner_header_wrapper", "mixed_blocks", WithConfig(mixed, 0x00));

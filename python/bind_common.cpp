@@ -63,7 +63,8 @@ std::vector<double> ReadRealArray(const py::handle& obj, const char* name,
   py::array a = RealArray(obj, name, want.str());
   bool ok = a.ndim() == py::ssize_t(tail.size() + 1);
   for (std::size_t i = 0; ok && i < tail.size(); ++i) ok = a.shape(py::ssize_t(i + 1)) == tail[i];
-  if (!ok) throw py::value_error(std::string(name) + " must be " + want.str() + ", got " + Describe(a));
+  if (!ok)
+    throw py::value_error(std::string(name) + " must be " + want.str() + ", got " + Describe(a));
   using DoubleC = py::array_t<double, py::array::c_style | py::array::forcecast>;
   DoubleC d = DoubleC::ensure(a);
   if (!d) throw py::error_already_set();

@@ -6,7 +6,6 @@
 
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
-
 #include <qvmath/core/point3d.h>
 
 #include <functional>

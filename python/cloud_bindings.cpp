@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Bindings of the point-cloud layer: files, normals and their orientation, curvature,
 // planes, surface reconstruction, and the synthetic torus scan.
-#include "bind_common.h"
-
 #include <qvmath/cloud/cloud_curvature.h>
 #include <qvmath/cloud/cloud_file.h>
 #include <qvmath/cloud/cloud_index.h>
@@ -18,6 +16,8 @@
 #include <cstdint>
 #include <cstring>
 #include <stdexcept>
+
+#include "bind_common.h"
 
 namespace qvmath_python {
 
@@ -82,14 +82,22 @@ void GivenNormals(const py::handle& obj, int n, std::vector<Point3D>& normals,
 const char* DtypeOf(REmath::ECloudFieldType t) {
   using T = REmath::ECloudFieldType;
   switch (t) {
-    case T::Int8: return "int8";
-    case T::UInt8: return "uint8";
-    case T::Int16: return "int16";
-    case T::UInt16: return "uint16";
-    case T::Int32: return "int32";
-    case T::UInt32: return "uint32";
-    case T::Float64: return "float64";
-    case T::Float32: break;
+    case T::Int8:
+      return "int8";
+    case T::UInt8:
+      return "uint8";
+    case T::Int16:
+      return "int16";
+    case T::UInt16:
+      return "uint16";
+    case T::Int32:
+      return "int32";
+    case T::UInt32:
+      return "uint32";
+    case T::Float64:
+      return "float64";
+    case T::Float32:
+      break;
   }
   return "float32";
 }
@@ -211,8 +219,8 @@ py::tuple Normals(const py::handle& points, int k, const std::string& method,
     } else if (mode == "viewpoint" || mode == "direction") {
       if (py::isinstance<py::str>(vector)) throw py::value_error(bad);
       py::ssize_t rows = 0;
-      std::vector<double> v = ReadRealArray(py::array::ensure(vector).attr("reshape")(1, -1),
-                                            "orient", {3}, rows);
+      std::vector<double> v =
+          ReadRealArray(py::array::ensure(vector).attr("reshape")(1, -1), "orient", {3}, rows);
       op.mode = mode == "viewpoint" ? REmath::ECloudOrientation::TowardViewpoint
                                     : REmath::ECloudOrientation::AlongDirection;
       (mode == "viewpoint" ? op.viewpoint : op.direction) = REmath::Point3D_d(v[0], v[1], v[2]);
@@ -301,9 +309,8 @@ py::tuple Planes(const py::handle& points, const py::object& normals, const py::
       givenValid = std::move(computed.valid);
     }
     const double a = normals.is_none() ? 0.5 : 0.1;
-    InPhase(counter, a, 1.0 - a, [&] {
-      REmath::FindCloudPlanes(index, given, givenValid, params, out, counter);
-    });
+    InPhase(counter, a, 1.0 - a,
+            [&] { REmath::FindCloudPlanes(index, given, givenValid, params, out, counter); });
   });
   py::list planes;
   for (const REmath::CCloudPlane& p : out.planes) {
@@ -326,8 +333,7 @@ py::tuple Planes(const py::handle& points, const py::object& normals, const py::
     planes.append(d);
   }
   const auto n = py::ssize_t(out.labels.size());
-  return py::make_tuple(ToArray<std::int32_t>(std::move(out.labels), {n}), planes,
-                        out.distance);
+  return py::make_tuple(ToArray<std::int32_t>(std::move(out.labels), {n}), planes, out.distance);
 }
 
 py::tuple Reconstruct(const py::handle& points, const py::object& normals, const py::object& cell,
@@ -389,8 +395,7 @@ py::tuple Reconstruct(const py::handle& points, const py::object& normals, const
   if (!mesh.HasNormals()) mesh.Normals().assign(mesh.Vertices().size(), Point3D(0, 0, 0));
   py::array_t<float> normalsOut = PointsArray(std::move(mesh.Normals()));
   return py::make_tuple(PointsArray(std::move(mesh.Vertices())),
-                        ToArray<std::int32_t>(std::move(mesh.Triangles()), {t, 3}), normalsOut,
-                        d);
+                        ToArray<std::int32_t>(std::move(mesh.Triangles()), {t, 3}), normalsOut, d);
 }
 
 py::dict SampleTorus(int n, double R, double r, double sigma, std::uint64_t seed) {
@@ -432,8 +437,8 @@ void BindCloud(py::module_& m) {
         "Returns normals (n, 3) float32, (0, 0, 0) where invalid, and valid (n,) bool.\n"
         "Points with NaN or infinite coordinates are invalid. Raises ValueError for an empty\n"
         "cloud, k below 3 or above the number of points.");
-  m.def("curvature", &Curvature, "points"_a, "normals"_a = py::none(), "k"_a = 30,
-        "radius"_a = 0.0, "threads"_a = 0, "progress"_a = py::none(),
+  m.def("curvature", &Curvature, "points"_a, "normals"_a = py::none(), "k"_a = 30, "radius"_a = 0.0,
+        "threads"_a = 0, "progress"_a = py::none(),
         "curvature(points, normals=None, k=30, radius=0, threads=0, progress=None) -> dict\n\n"
         "Signed principal curvatures (1/length) at every point from its k nearest neighbours\n"
         "and its oriented normal; without normals, those of normals(points, orient='mst').\n"

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Bindings of the geometry kernel: the implicit-surface polygonizer with a Python function,
 // and point-to-triangle and point-to-segment distances over arrays.
-#include "bind_common.h"
-
 #include <qvmath/geometry/dist_batch.h>
 #include <qvmath/geometry/dist_point_segment.h>
 #include <qvmath/geometry/dist_point_triangle.h>
@@ -11,6 +9,8 @@
 #include <cmath>
 #include <cstdint>
 #include <new>
+
+#include "bind_common.h"
 
 namespace qvmath_python {
 
@@ -140,15 +140,16 @@ struct CPairs {
       : view(points, "points") {
     py::array a = py::array::ensure(items);
     py::ssize_t m = 0;
-    std::vector<double> d =
-        (a && a.ndim() == 2) ? ReadRealArray(a.attr("reshape")(1, k, 3), name, {k, 3}, m)
-                             : ReadRealArray(items, name, {k, 3}, m);
+    std::vector<double> d = (a && a.ndim() == 2)
+                                ? ReadRealArray(a.attr("reshape")(1, k, 3), name, {k, 3}, m)
+                                : ReadRealArray(items, name, {k, 3}, m);
     item.assign(d.begin(), d.end());
     const py::ssize_t np = view.Size();
     if (np != m && np != 1 && m != 1)
-      throw py::value_error(std::string("points and ") + name + " must have the same length or "
-                            "one of them a single entry: " + std::to_string(np) + " and " +
-                            std::to_string(m));
+      throw py::value_error(std::string("points and ") + name +
+                            " must have the same length or "
+                            "one of them a single entry: " +
+                            std::to_string(np) + " and " + std::to_string(m));
     n = (np == 1 || m == 1) ? np * m : np;
     stepP = np == 1 && m != 1 ? 0 : 3;
     stepItem = m == 1 ? 0 : 3 * k;
@@ -216,8 +217,7 @@ py::tuple DistanceToSegments(const py::handle& points, const py::handle& segment
 
 void BindGeometry(py::module_& m) {
   using namespace pybind11::literals;
-  m.def("polygonize", &Polygonize, "f"_a, "start"_a, "size"_a, "bounds"_a,
-        "vectorized"_a = false,
+  m.def("polygonize", &Polygonize, "f"_a, "start"_a, "size"_a, "bounds"_a, "vectorized"_a = false,
         "polygonize(f, start, size, bounds, vectorized=False) -> (vertices, normals, triangles)\n\n"
         "Triangulates the component of f = 0 through a seed found near start, by continuation\n"
         "over a lattice of cubes of edge size within |i|, |j|, |k| <= bounds (three cube\n"

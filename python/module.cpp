@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 // The Python module `qvmath`: QVmath's point-cloud operations and geometry queries on NumPy
 // arrays. Library faults become Python exceptions carrying their texts.
-#include "bind_common.h"
-
 #include <qvmath/cloud/cloud_file_error.h>
 #include <qvmath/infra/progress_counter.h>
 #include <qvmath/platform/korva_exception.h>
+
+#include "bind_common.h"
 
 PYBIND11_MODULE(qvmath, m) {
   namespace py = pybind11;

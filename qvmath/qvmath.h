@@ -21,8 +21,8 @@
 #include <qvmath/core/hpoint3d.h>
 #include <qvmath/core/matrix.h>
 #include <qvmath/core/point3d.h>
-#include <qvmath/core/rounding.h>
 #include <qvmath/core/rotation_matrix.h>
+#include <qvmath/core/rounding.h>
 #include <qvmath/core/solve_mat.h>
 #include <qvmath/core/sparse_vector.h>
 #include <qvmath/core/tridiag_eigen.h>

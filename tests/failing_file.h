@@ -3,12 +3,12 @@
 // how code reading and writing standard I/O streams handles failures.
 #pragma once
 
+#include <sys/types.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <vector>
-
-#include <sys/types.h>
 
 namespace qvtest {
 
@@ -71,7 +71,7 @@ class FailingFile {
   static int Seek(void* c, off64_t* offset, int whence) {
     auto* f = static_cast<FailingFile*>(c);
     if (!Spend(f->seeks)) return -1;
-    const off64_t base = whence == SEEK_SET ? 0
+    const off64_t base = whence == SEEK_SET   ? 0
                          : whence == SEEK_CUR ? static_cast<off64_t>(f->m_pos)
                                               : static_cast<off64_t>(f->bytes.size());
     if (base + *offset < 0) return -1;

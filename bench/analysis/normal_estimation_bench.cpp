@@ -3,10 +3,9 @@
 // scatter and SelfAdjointEigenSolver::compute on the same points; and the accuracy of the
 // quadric-fit normal (GetNormal2, k = 16) against the covariance normal.
 
+#include <benchmark/benchmark.h>
 #include <qvmath/analysis/normal_estimation.h>
 #include <qvmath/analysis/quadric_normal.h>
-
-#include <benchmark/benchmark.h>
 
 #include <Eigen/Dense>
 

@@ -5,16 +5,14 @@
 // converted to 1/length). Speed: GetSignedCurvatures per 30-point neighbourhood beside a
 // plain Eigen least-squares quadric fit (Householder QR) on the same points and frame.
 
+#include <benchmark/benchmark.h>
 #include <qvmath/analysis/normal_estimation.h>
 #include <qvmath/analysis/ortho_norm_basis.h>
 #include <qvmath/analysis/quadric_curvature.h>
 #include <qvmath/analysis/quadric_normal.h>
 #include <qvmath/analysis/signed_curvature.h>
 
-#include <benchmark/benchmark.h>
-
 #include <Eigen/Dense>
-
 #include <string>
 
 #if defined(QVMATH_BENCH_HAVE_PCL)
@@ -130,7 +128,8 @@ void BM_LargerCurvatureAccuracyK30(benchmark::State& st) {
   st.counters["signed_median_relerr_pct"] = 100 * qvbench::Median(eSigned);
   for (int k : {30, 60}) {
     const std::string tag = "_k" + std::to_string(k) + "_median_relerr_pct";
-    st.counters["withnormal2" + tag] = 100 * qvbench::Median(WithNormals(h, CloudNormals(noisy, true, k)));
+    st.counters["withnormal2" + tag] =
+        100 * qvbench::Median(WithNormals(h, CloudNormals(noisy, true, k)));
     st.counters["withcovnormals" + tag] =
         100 * qvbench::Median(WithNormals(h, CloudNormals(noisy, false, k)));
   }
@@ -205,7 +204,8 @@ void BM_SignedCurvature30_EigenQR(benchmark::State& st) {
   for (auto _ : st)
     for (int i = 0; i < kSpeed; ++i) {
       const REmath::Point3D* p = &h.flat[size_t(i) * kK];
-      const COrthoNormBasis f = COrthoNormBasis::buildAnyRightHandByV2AndOrigin(h.normal[i], D(p[0]));
+      const COrthoNormBasis f =
+          COrthoNormBasis::buildAnyRightHandByV2AndOrigin(h.normal[i], D(p[0]));
       for (int j = 0; j < kK; ++j) {
         const REmath::Point3D_d q = f.transformCoordsToBasis(D(p[j]));
         A.row(j) << 1, q.x(), q.y(), q.x() * q.x(), q.x() * q.y(), q.y() * q.y();
@@ -214,14 +214,19 @@ void BM_SignedCurvature30_EigenQR(benchmark::State& st) {
       const Eigen::Matrix<double, 6, 1> c = A.householderQr().solve(b);
       Eigen::Matrix2d H;
       H << 2 * c[3], c[4], c[4], 2 * c[5];
-      benchmark::DoNotOptimize(Eigen::SelfAdjointEigenSolver<Eigen::Matrix2d>(H).eigenvalues().eval());
+      benchmark::DoNotOptimize(
+          Eigen::SelfAdjointEigenSolver<Eigen::Matrix2d>(H).eigenvalues().eval());
     }
   st.SetItemsProcessed(st.iterations() * kSpeed);
 }
 
 BENCHMARK(BM_SignedCurvature30_QVmath);
 BENCHMARK(BM_SignedCurvature30_EigenQR);
-BENCHMARK(BM_LargerCurvatureAccuracyK30)->Arg(0)->Arg(1)->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_LargerCurvatureAccuracyK30)
+    ->Arg(0)
+    ->Arg(1)
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

@@ -6,10 +6,9 @@
 
 #include <qvmath/core/point3d.h>
 
-#include <nanoflann.hpp>
-
 #include <algorithm>
 #include <cmath>
+#include <nanoflann.hpp>
 #include <random>
 #include <vector>
 
@@ -17,9 +16,9 @@ namespace qvbench {
 
 struct TorusCloud {
   static constexpr double kR = 1.0, kr = 0.3;
-  std::vector<REmath::Point3D> pts;   // possibly noisy samples
-  std::vector<double> normal;         // 3 per point, outward, at the noise-free sample
-  std::vector<double> kTube, kRing;   // signed (outward normal, convex positive)
+  std::vector<REmath::Point3D> pts;  // possibly noisy samples
+  std::vector<double> normal;        // 3 per point, outward, at the noise-free sample
+  std::vector<double> kTube, kRing;  // signed (outward normal, convex positive)
 
   // nanoflann adaptor.
   size_t kdtree_get_point_count() const { return pts.size(); }
@@ -53,13 +52,15 @@ inline TorusCloud MakeTorus(int n, double sigma, unsigned seed) {
   return c;
 }
 
-using TorusTree = nanoflann::KDTreeSingleIndexAdaptor<
-    nanoflann::L2_Simple_Adaptor<float, TorusCloud>, TorusCloud, 3, unsigned>;
+using TorusTree =
+    nanoflann::KDTreeSingleIndexAdaptor<nanoflann::L2_Simple_Adaptor<float, TorusCloud>, TorusCloud,
+                                        3, unsigned>;
 
 /// The k nearest neighbours of point q (q itself first), as points.
 /// With index: their indices in the cloud too.
 inline void Neighbourhood(const TorusTree& tree, const TorusCloud& c, int q, int k,
-                          std::vector<REmath::Point3D>& out, std::vector<unsigned>* index = nullptr) {
+                          std::vector<REmath::Point3D>& out,
+                          std::vector<unsigned>* index = nullptr) {
   std::vector<unsigned> idx(k);
   std::vector<float> d2(k);
   tree.knnSearch(c.pts[q].asArray(), k, idx.data(), d2.data());

@@ -6,13 +6,12 @@
 // tree builds included. Accuracy: the largest difference of the unsigned distance from
 // CGAL's double-precision one, absolute (max_abs_err) and relative to the distance for
 // distances above 1e-4 (max_rel_err).
-#include <qvmath/cloud/cloud_deviation.h>
-
 #include <CGAL/AABB_traits.h>
 #include <CGAL/AABB_tree.h>
 #include <CGAL/AABB_triangle_primitive.h>
 #include <CGAL/Simple_cartesian.h>
 #include <benchmark/benchmark.h>
+#include <qvmath/cloud/cloud_deviation.h>
 
 #include <algorithm>
 #include <cmath>
@@ -53,8 +52,8 @@ const Input& Data() {
       }
     for (int i = 0; i < nu; ++i)
       for (int j = 0; j < nv; ++j) {
-        const int a = i * nv + j, b = ((i + 1) % nu) * nv + j, c = ((i + 1) % nu) * nv + (j + 1) % nv,
-                  d = i * nv + (j + 1) % nv;
+        const int a = i * nv + j, b = ((i + 1) % nu) * nv + j,
+                  c = ((i + 1) % nu) * nv + (j + 1) % nv, d = i * nv + (j + 1) % nv;
         r.mesh.Triangles().push_back({a, b, c});
         r.mesh.Triangles().push_back({a, c, d});
       }

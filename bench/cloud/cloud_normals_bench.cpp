@@ -2,10 +2,9 @@
 // Whole-cloud normals on the noisy torus (R = 1, r = 0.3, sigma = 0.001, uniform by area,
 // random order), k = 16, tree build included, against PCL NormalEstimationOMP and Open3D
 // EstimateNormals when they are found. Counter: median angle to the analytic normal.
+#include <benchmark/benchmark.h>
 #include <qvmath/cloud/cloud_normals.h>
 #include <qvmath/cloud/cloud_samples.h>
-
-#include <benchmark/benchmark.h>
 
 #include "cloud_bench_common.h"
 
@@ -41,7 +40,11 @@ void BM_Normals_QVmath(benchmark::State& st) {
     a[0] = q.x(), a[1] = q.y(), a[2] = q.z();
   });
 }
-BENCHMARK(BM_Normals_QVmath)->Args({1000000, 1})->Args({1000000, 2})->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(BM_Normals_QVmath)
+    ->Args({1000000, 1})
+    ->Args({1000000, 2})
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
 
 #ifdef QVMATH_BENCH_PCL
 void BM_Normals_PclOmp(benchmark::State& st) {
@@ -53,7 +56,8 @@ void BM_Normals_PclOmp(benchmark::State& st) {
   for (auto _ : st) {
     pcl::NormalEstimationOMP<pcl::PointXYZ, pcl::Normal> ne(int(st.range(1)));
     ne.setInputCloud(cloud);
-    ne.setSearchMethod(pcl::search::KdTree<pcl::PointXYZ>::Ptr(new pcl::search::KdTree<pcl::PointXYZ>));
+    ne.setSearchMethod(
+        pcl::search::KdTree<pcl::PointXYZ>::Ptr(new pcl::search::KdTree<pcl::PointXYZ>));
     ne.setKSearch(16);
     ne.compute(out);
     benchmark::DoNotOptimize(out.points.data());

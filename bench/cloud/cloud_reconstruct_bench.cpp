@@ -4,13 +4,12 @@
 // both), against Open3D's Poisson reconstruction when it is found. Counters: triangles,
 // closed, Euler characteristic, and the mean and largest distance of the mesh vertices to
 // the analytic torus.
+#include <benchmark/benchmark.h>
 #include <qvmath/cloud/cloud_index.h>
 #include <qvmath/cloud/cloud_normals.h>
 #include <qvmath/cloud/cloud_orientation.h>
 #include <qvmath/cloud/cloud_reconstruct.h>
 #include <qvmath/cloud/cloud_samples.h>
-
-#include <benchmark/benchmark.h>
 
 #include <algorithm>
 #include <cmath>
@@ -100,7 +99,8 @@ BENCHMARK(BM_Reconstruct_QVmath)
     ->Args({35, 10, 64})
     ->Args({35, 10, 96})
     ->Args({20, 10, 96})
-    ->Unit(benchmark::kMillisecond)->Iterations(1);
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(1);
 
 #ifdef QVMATH_BENCH_OPEN3D
 // Arg: the octree depth.
@@ -125,7 +125,11 @@ void BM_Reconstruct_Open3DPoisson(benchmark::State& st) {
   SetEdgeCounters(st, m);
   TruthCounters(st, mesh->vertices_);
 }
-BENCHMARK(BM_Reconstruct_Open3DPoisson)->Arg(8)->Arg(9)->Unit(benchmark::kMillisecond)->Iterations(1);
+BENCHMARK(BM_Reconstruct_Open3DPoisson)
+    ->Arg(8)
+    ->Arg(9)
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(1);
 #endif
 
 }  // namespace

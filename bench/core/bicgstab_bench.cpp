@@ -5,13 +5,11 @@
 // callback, against Eigen's BiCGSTAB on the same sparse matrix. The figure of merit is
 // the time per iteration (counter "s_per_iter"); all three run unpreconditioned (the
 // diagonal is constant, so Eigen's diagonal preconditioner would only rescale).
-#include <qvmath/core/bicgstab.h>
-
 #include <benchmark/benchmark.h>
+#include <qvmath/core/bicgstab.h>
 
 #include <Eigen/IterativeLinearSolvers>
 #include <Eigen/Sparse>
-
 #include <vector>
 
 namespace {
@@ -76,9 +74,9 @@ void BM_Bicgstab(benchmark::State& st) {
   int last = 0;
   for (auto _ : st) {
     x.setZero();
-    last = REmath::bicgstab(int(A.rows()), kStencil ? StencilMatvec : SparseMatvec,
-                            const_cast<void*>(static_cast<const void*>(&A)), b.data(),
-                            x.data(), kTol);
+    last =
+        REmath::bicgstab(int(A.rows()), kStencil ? StencilMatvec : SparseMatvec,
+                         const_cast<void*>(static_cast<const void*>(&A)), b.data(), x.data(), kTol);
     total += last;
   }
   st.counters["iterations"] = last;

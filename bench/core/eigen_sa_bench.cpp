@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: MIT
 // 3 × 3 scatter-matrix diagonalisation: GetEigenVectorsSA against Eigen's iterative
 // (compute) and closed-form (computeDirect) self-adjoint solvers on the same matrices.
+#include <benchmark/benchmark.h>
 #include <qvmath/core/eigen_sa.h>
 
-#include <benchmark/benchmark.h>
-
 #include <Eigen/Eigenvalues>
-
 #include <algorithm>
 #include <cmath>
 #include <random>
@@ -69,8 +67,8 @@ void BM_GetEigenVectorsSA(benchmark::State& st) {
   for (std::size_t t = 0; t < mats.size(); ++t) {
     REmath::GetEigenVectorsSA(mats[t], vec, val, false);
     for (int k = 0; k < 3; ++k)
-      worst = std::max(worst, Residual(em[t], Eigen::Vector3d(vec[k].x(), vec[k].y(), vec[k].z()),
-                                       val[k]));
+      worst = std::max(
+          worst, Residual(em[t], Eigen::Vector3d(vec[k].x(), vec[k].y(), vec[k].z()), val[k]));
   }
   st.counters["max_rel_residual"] = worst;
   st.SetItemsProcessed(st.iterations() * static_cast<int64_t>(mats.size()));

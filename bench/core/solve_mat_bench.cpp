@@ -2,16 +2,14 @@
 // Dense LU solves: solveMat against dgetrf + dgetrs called directly, n = 200 .. 3000 with
 // 1 and 3 right-hand sides. Both sides copy A into scratch storage inside the timed loop
 // (the factorisation destroys it), so the difference is solveMat's own overhead.
-#include <qvmath/core/solve_mat.h>
-
 #include <benchmark/benchmark.h>
+#include <qvmath/core/detail/lapack.h>
+#include <qvmath/core/solve_mat.h>
 
 #include <algorithm>
 #include <cmath>
 #include <random>
 #include <vector>
-
-#include <qvmath/core/detail/lapack.h>
 
 namespace {
 

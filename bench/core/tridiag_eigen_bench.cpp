@@ -1,16 +1,14 @@
 // SPDX-License-Identifier: MIT
 // Symmetric eigen-decomposition with eigenvectors: tred2_d + tqli_d against LAPACK dsyev
 // (jobz "V") on the same random matrices.
-#include <qvmath/core/tridiag_eigen.h>
-
 #include <benchmark/benchmark.h>
+#include <qvmath/core/detail/lapack.h>
+#include <qvmath/core/tridiag_eigen.h>
 
 #include <algorithm>
 #include <cmath>
 #include <random>
 #include <vector>
-
-#include <qvmath/core/detail/lapack.h>
 
 namespace {
 

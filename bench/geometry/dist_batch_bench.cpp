@@ -4,13 +4,12 @@
 // same pairs, and beside the per-call queries: 256 random triangles (segments) with 4096
 // random points each. Accuracy: the largest error against a double-precision CGAL
 // reference, relative to 1 + the reference (coordinates are O(1)).
-#include <qvmath/geometry/dist_batch.h>
-#include <qvmath/geometry/dist_point_segment.h>
-#include <qvmath/geometry/dist_point_triangle.h>
-
 #include <CGAL/Simple_cartesian.h>
 #include <CGAL/squared_distance_3.h>
 #include <benchmark/benchmark.h>
+#include <qvmath/geometry/dist_batch.h>
+#include <qvmath/geometry/dist_point_segment.h>
+#include <qvmath/geometry/dist_point_triangle.h>
 
 #include <algorithm>
 #include <cmath>
@@ -113,13 +112,14 @@ void BM_TriangleSingle_CgalFloat(benchmark::State& st) {
   for (auto _ : st)
     for (int s = 0; s < kShapes; ++s)
       for (int j = 0; j < kPoints; ++j)
-        benchmark::DoNotOptimize(
-            CGAL::squared_distance(pts[std::size_t(s) * kPoints + std::size_t(j)], tris[std::size_t(s)]));
+        benchmark::DoNotOptimize(CGAL::squared_distance(
+            pts[std::size_t(s) * kPoints + std::size_t(j)], tris[std::size_t(s)]));
   double err = 0;
   for (int s = 0; s < kShapes; s += 16)
     for (int j = 0; j < kPoints; j += 16) {
       const double ref = CGAL::squared_distance(Pt<Kd>(Point(s, j)), Tri<Kd>(s));
-      const double got = CGAL::squared_distance(pts[std::size_t(s) * kPoints + std::size_t(j)], tris[std::size_t(s)]);
+      const double got = CGAL::squared_distance(pts[std::size_t(s) * kPoints + std::size_t(j)],
+                                                tris[std::size_t(s)]);
       err = std::max(err, std::abs(got - ref) / (1 + ref));
     }
   Finish(st, err);
@@ -168,8 +168,8 @@ void BM_SegmentSingle_CgalFloat(benchmark::State& st) {
   for (auto _ : st)
     for (int s = 0; s < kShapes; ++s)
       for (int j = 0; j < kPoints; ++j)
-        benchmark::DoNotOptimize(
-            CGAL::squared_distance(pts[std::size_t(s) * kPoints + std::size_t(j)], segs[std::size_t(s)]));
+        benchmark::DoNotOptimize(CGAL::squared_distance(
+            pts[std::size_t(s) * kPoints + std::size_t(j)], segs[std::size_t(s)]));
   Finish(st, 0);
 }
 

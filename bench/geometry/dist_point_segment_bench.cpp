@@ -2,11 +2,10 @@
 // DistancePoint2Segment beside CGAL::squared_distance(Point_3, Segment_3), in float
 // (Simple_cartesian<float>) and in double, on the same 1M random point-segment pairs held in
 // memory. Accuracy: the largest error against a double-precision CGAL reference.
-#include <qvmath/geometry/dist_point_segment.h>
-
 #include <CGAL/Simple_cartesian.h>
 #include <CGAL/squared_distance_3.h>
 #include <benchmark/benchmark.h>
+#include <qvmath/geometry/dist_point_segment.h>
 
 #include <algorithm>
 #include <random>

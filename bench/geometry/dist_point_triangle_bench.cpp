@@ -3,11 +3,10 @@
 // Simple_cartesian<float>, on the same 1M random point-triangle pairs held in memory.
 // Accuracy: the largest error of each against a double-precision CGAL reference, relative
 // to the squared size of the configuration.
-#include <qvmath/geometry/dist_point_triangle.h>
-
 #include <CGAL/Simple_cartesian.h>
 #include <CGAL/squared_distance_3.h>
 #include <benchmark/benchmark.h>
+#include <qvmath/geometry/dist_point_triangle.h>
 
 #include <algorithm>
 #include <random>

@@ -5,13 +5,12 @@
 // the same function sampled on its grid, at a comparable triangle count.
 #include <benchmark/benchmark.h>
 #include <malloc.h>
+#include <qvmath/geometry/polygonizer.h>
 
 #include <algorithm>
 #include <cmath>
 #include <unordered_set>
 #include <vector>
-
-#include <qvmath/geometry/polygonizer.h>
 
 #ifdef QVMATH_BENCH_HAVE_PCL
 #include <pcl/point_types.h>
@@ -32,8 +31,8 @@ double Shape(int shape, double x, double y, double z) {
       const double c[3][3] = {{-0.5, 0, 0}, {0.5, 0, 0}, {0, 0.7, 0.2}};
       double s = 0;
       for (const auto& q : c)
-        s += std::exp(-3 * ((x - q[0]) * (x - q[0]) + (y - q[1]) * (y - q[1]) +
-                            (z - q[2]) * (z - q[2])));
+        s += std::exp(
+            -3 * ((x - q[0]) * (x - q[0]) + (y - q[1]) * (y - q[1]) + (z - q[2]) * (z - q[2])));
       return 0.4 - s;
     }
   }
@@ -110,7 +109,8 @@ double SizeFor(int shape, long target) {
   f.shape = shape;
   Sink sink;
   double size = 0.1;
-  for (int it = 0; it < 2; ++it) size *= std::sqrt(Run(pz, f, size, shape, false, sink) / double(target));
+  for (int it = 0; it < 2; ++it)
+    size *= std::sqrt(Run(pz, f, size, shape, false, sink) / double(target));
   return size;
 }
 
@@ -162,8 +162,9 @@ class PclImplicitMC : public pcl::MarchingCubes<pcl::PointNormal> {
  protected:
   void voxelizeData() override {
     grid_.assign(std::size_t(res_x_) * res_y_ * res_z_, 0.0f);
-    const Eigen::Array3f lo = lower_boundary_, step = (upper_boundary_ - lower_boundary_) /
-                                                      Eigen::Array3f(res_x_ - 1, res_y_ - 1, res_z_ - 1);
+    const Eigen::Array3f lo = lower_boundary_,
+                         step = (upper_boundary_ - lower_boundary_) /
+                                Eigen::Array3f(res_x_ - 1, res_y_ - 1, res_z_ - 1);
     for (int x = 0; x < res_x_; ++x)
       for (int y = 0; y < res_y_; ++y)
         for (int z = 0; z < res_z_; ++z) {

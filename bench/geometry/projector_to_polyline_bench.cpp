@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: MIT
 // Point projection onto a 10,000-vertex polyline: CProjectorToPolyline beside a scan of
 // CGAL's point-segment squared distance over the same segments.
-#include <benchmark/benchmark.h>
-
 #include <CGAL/Simple_cartesian.h>
+#include <benchmark/benchmark.h>
+#include <qvmath/geometry/projector_to_polyline.h>
 
 #include <cmath>
 #include <random>
 #include <vector>
-
-#include <qvmath/geometry/projector_to_polyline.h>
 
 namespace {
 

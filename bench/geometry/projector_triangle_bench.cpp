@@ -2,14 +2,13 @@
 // Squared point-triangle distances: CProjectorTriangle's precalculated query beside
 // distancePointTriangle2 on the same triangles and points.
 #include <benchmark/benchmark.h>
+#include <qvmath/geometry/dist_point_triangle.h>
+#include <qvmath/geometry/projector_triangle.h>
 
 #include <algorithm>
 #include <cmath>
 #include <random>
 #include <vector>
-
-#include <qvmath/geometry/dist_point_triangle.h>
-#include <qvmath/geometry/projector_triangle.h>
 
 namespace {
 
@@ -17,9 +16,9 @@ using REmath::CProjectorTriangle;
 using REmath::Point3D;
 
 struct Data {
-  std::vector<Point3D> tris;   // 3 per triangle
-  std::vector<float> points;   // 3 per query
-  std::vector<double> exact;   // double reference per query
+  std::vector<Point3D> tris;  // 3 per triangle
+  std::vector<float> points;  // 3 per query
+  std::vector<double> exact;  // double reference per query
 };
 
 // Exact squared distance in double by the closest-feature rule (for the error counter).
@@ -30,7 +29,9 @@ double Reference(const Point3D* t, const float* p) {
   auto sub = [](const double* u, const double* v, double* r) {
     for (int k = 0; k < 3; ++k) r[k] = u[k] - v[k];
   };
-  auto dot = [](const double* u, const double* v) { return u[0] * v[0] + u[1] * v[1] + u[2] * v[2]; };
+  auto dot = [](const double* u, const double* v) {
+    return u[0] * v[0] + u[1] * v[1] + u[2] * v[2];
+  };
   auto seg = [&](const double* u, const double* v) {
     double d[3], w[3];
     sub(v, u, d);
@@ -63,7 +64,8 @@ Data Make(int nTri, int perTri, unsigned seed) {
   Data d;
   for (int t = 0; t < nTri; ++t) {
     const float cx = box(gen), cy = box(gen), cz = box(gen);
-    for (int v = 0; v < 3; ++v) d.tris.emplace_back(cx + local(gen), cy + local(gen), cz + local(gen));
+    for (int v = 0; v < 3; ++v)
+      d.tris.emplace_back(cx + local(gen), cy + local(gen), cz + local(gen));
     for (int q = 0; q < perTri; ++q) {
       const float p[3] = {cx + near(gen), cy + near(gen), cz + near(gen)};
       d.points.insert(d.points.end(), p, p + 3);
@@ -95,14 +97,16 @@ void BM_DistToTriangle2Precalced(benchmark::State& st) {
   for (int t = 0; t < nTri; ++t)
     for (int q = 0; q < perTri; ++q) {
       const std::size_t i = std::size_t(t) * perTri + q;
-      maxErr = std::max(maxErr, std::fabs(pts[t].DistToTriangle2Precalced(&d.points[3 * i]) - d.exact[i]) /
-                                    (1 + d.exact[i]));
+      maxErr = std::max(maxErr,
+                        std::fabs(pts[t].DistToTriangle2Precalced(&d.points[3 * i]) - d.exact[i]) /
+                            (1 + d.exact[i]));
     }
   for (auto _ : st) {
     for (int t = 0; t < nTri; ++t) {
       const CProjectorTriangle& pt = pts[t];
       const float* p = &d.points[3 * std::size_t(t) * perTri];
-      for (int q = 0; q < perTri; ++q) benchmark::DoNotOptimize(pt.DistToTriangle2Precalced(p + 3 * q));
+      for (int q = 0; q < perTri; ++q)
+        benchmark::DoNotOptimize(pt.DistToTriangle2Precalced(p + 3 * q));
     }
   }
   st.SetItemsProcessed(st.iterations() * int64_t(d.exact.size()));
@@ -117,14 +121,16 @@ void BM_distancePointTriangle2(benchmark::State& st) {
   for (int t = 0; t < nTri; ++t)
     for (int q = 0; q < perTri; ++q) {
       const std::size_t i = std::size_t(t) * perTri + q;
-      maxErr = std::max(maxErr, std::fabs(distancePointTriangle2(&d.points[3 * i], &d.tris[3 * t]) - d.exact[i]) /
-                                    (1 + d.exact[i]));
+      maxErr = std::max(
+          maxErr, std::fabs(distancePointTriangle2(&d.points[3 * i], &d.tris[3 * t]) - d.exact[i]) /
+                      (1 + d.exact[i]));
     }
   for (auto _ : st) {
     for (int t = 0; t < nTri; ++t) {
       const Point3D* tri = &d.tris[3 * t];
       const float* p = &d.points[3 * std::size_t(t) * perTri];
-      for (int q = 0; q < perTri; ++q) benchmark::DoNotOptimize(distancePointTriangle2(p + 3 * q, tri));
+      for (int q = 0; q < perTri; ++q)
+        benchmark::DoNotOptimize(distancePointTriangle2(p + 3 * q, tri));
     }
   }
   st.SetItemsProcessed(st.iterations() * int64_t(d.exact.size()));

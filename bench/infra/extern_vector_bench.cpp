@@ -2,9 +2,8 @@
 // File-backed external vectors against plain fread/fwrite of the same bytes on a
 // default-buffered temporary file: sequential and random element reads and writes, for
 // elements of 12 and 4096 bytes.
-#include <qvmath/infra/extern_vector.h>
-
 #include <benchmark/benchmark.h>
+#include <qvmath/infra/extern_vector.h>
 
 #include <algorithm>
 #include <cstdint>

@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: MIT
 // CfpHeap against Boost's mutable binary d-ary heap on the same workload: n inserts,
 // 2n key updates of queued elements, n extracts.
+#include <benchmark/benchmark.h>
 #include <qvmath/infra/fp_heap.h>
 
-#include <benchmark/benchmark.h>
-
-#include <boost/heap/d_ary_heap.hpp>
-
 #include <algorithm>
+#include <boost/heap/d_ary_heap.hpp>
 #include <cstdint>
 #include <functional>
 #include <random>

@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: MIT
 // The dense vertex-position solver (definition, assembly and a three-axis solve) beside
 // Eigen's PartialPivLU on the same dense system, for 500, 2000 and 4000 free vertices.
+#include <benchmark/benchmark.h>
 #include <qvmath/linsys/lin_sys_solver_mkl.h>
 
-#include <benchmark/benchmark.h>
-
 #include <Eigen/Dense>
-
 #include <algorithm>
 #include <cmath>
 #include <memory>

@@ -2,14 +2,12 @@
 // lmder1_, lmdif1_ and hybrd1_ with functor callbacks against cminpack's drivers called
 // directly with plain callbacks, on the classic test problems. Both sides evaluate through
 // the same code; the counters report the solver outcome and whether the two agree exactly.
-#include <qvmath/optim/minpack.h>
-
 #include <benchmark/benchmark.h>
+#include <cminpack.h>
+#include <qvmath/optim/minpack.h>
 
 #include <cmath>
 #include <vector>
-
-#include <cminpack.h>
 
 #include "../../tests/optim/minpack_problems.h"
 
@@ -24,8 +22,12 @@ enum Driver { kLmder1, kLmdif1, kHybrd1 };
 // One solver run from the standard start; returns the info code.
 struct Workspace {
   explicit Workspace(const Problem& p)
-      : x(p.x0), fvec(p.m), fjac(static_cast<size_t>(p.m) * p.n), ipvt(p.n),
-        lwa(p.m * p.n + 5 * p.n + p.m + p.n * (3 * p.n + 13)), wa(lwa) {}
+      : x(p.x0),
+        fvec(p.m),
+        fjac(static_cast<size_t>(p.m) * p.n),
+        ipvt(p.n),
+        lwa(p.m * p.n + 5 * p.n + p.m + p.n * (3 * p.n + 13)),
+        wa(lwa) {}
   std::vector<double> x, fvec, fjac;
   std::vector<int> ipvt;
   int lwa;
@@ -46,8 +48,8 @@ int SolveQVmath(Driver d, const Problem& p, Workspace& w, Counts& counts) {
     }
     case kLmdif1: {
       LmdifFn f(p);
-      REmath::lmdif1_(f, &m, &n, w.x.data(), w.fvec.data(), &tol, &info, w.ipvt.data(),
-                      w.wa.data(), &w.lwa);
+      REmath::lmdif1_(f, &m, &n, w.x.data(), w.fvec.data(), &tol, &info, w.ipvt.data(), w.wa.data(),
+                      &w.lwa);
       counts = f.counts;
       break;
     }
@@ -67,8 +69,8 @@ int SolveCminpack(Driver d, const Problem& p, Workspace& w, Counts& counts) {
   w.x = p.x0;
   switch (d) {
     case kLmder1:
-      info = ::lmder1(PeerLmder, &e, p.m, p.n, w.x.data(), w.fvec.data(), w.fjac.data(), p.m,
-                      kTol, w.ipvt.data(), w.wa.data(), w.lwa);
+      info = ::lmder1(PeerLmder, &e, p.m, p.n, w.x.data(), w.fvec.data(), w.fjac.data(), p.m, kTol,
+                      w.ipvt.data(), w.wa.data(), w.lwa);
       break;
     case kLmdif1:
       info = ::lmdif1(PeerLmdif, &e, p.m, p.n, w.x.data(), w.fvec.data(), kTol, w.ipvt.data(),
@@ -91,8 +93,7 @@ void Run(benchmark::State& st, Driver d) {
   const int info = kQVmath ? SolveQVmath(d, p, w, counts) : SolveCminpack(d, p, w, counts);
   const int otherInfo =
       kQVmath ? SolveCminpack(d, p, other, otherCounts) : SolveQVmath(d, p, other, otherCounts);
-  const bool same =
-      info == otherInfo && w.x == other.x && counts.Total() == otherCounts.Total();
+  const bool same = info == otherInfo && w.x == other.x && counts.Total() == otherCounts.Total();
   for (auto _ : st) {
     const int r = kQVmath ? SolveQVmath(d, p, w, counts) : SolveCminpack(d, p, w, counts);
     benchmark::DoNotOptimize(r);

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include <qvmath/analysis/curvatures.h>
-
-#include <cmath>
-
 #include <qvmath/analysis/detail/curvature_core.h>
 #include <qvmath/core/detail/vec3.h>
+
+#include <cmath>
 
 namespace {
 
@@ -40,8 +39,8 @@ bool CurvaturesOfRaw(const CQuadFormRaw9<double>& q, double* k, REmath::Matrix<d
   double t2[3];
   REmath::detail::Cross3(t1, n, t2);
   auto quad = [&q](const double* t) {
-    return q.KXX * t[0] * t[0] + q.KXY * t[0] * t[1] + q.KXZ * t[0] * t[2] +
-           q.KYY * t[1] * t[1] + q.KYZ * t[1] * t[2] + q.KZZ * t[2] * t[2];
+    return q.KXX * t[0] * t[0] + q.KXY * t[0] * t[1] + q.KXZ * t[0] * t[2] + q.KYY * t[1] * t[1] +
+           q.KYZ * t[1] * t[2] + q.KZZ * t[2] * t[2];
   };
   const double Ht1[3] = {2 * q.KXX * t1[0] + q.KXY * t1[1] + q.KXZ * t1[2],
                          q.KXY * t1[0] + 2 * q.KYY * t1[1] + q.KYZ * t1[2],

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/analysis/normal_estimation.h>
-
 #include <qvmath/analysis/detail/scatter3.h>
+#include <qvmath/analysis/normal_estimation.h>
 
 namespace {
 

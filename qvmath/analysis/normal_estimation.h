@@ -3,10 +3,10 @@
 // smallest eigenvalue of the scatter matrix, and that eigenvalue relative to the trace.
 #pragma once
 
-#include <vector>
-
 #include <qvmath/core/point3d.h>
 #include <qvmath/platform/export.h>
+
+#include <vector>
 
 /// Covariance normal of pts[0..n): the centroid and the scatter Σ (p − c)(p − c)ᵀ (not
 /// divided by n) are summed in double about the centroid (two passes, so a cloud far from

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 #include <qvmath/analysis/ortho_norm_basis.h>
-
 #include <qvmath/core/detail/vec3.h>
 
 #include <cmath>

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <qvmath/analysis/quadratic_form.h>
 #include <qvmath/core/detail/tolerance.h>
-
 #include <qvmath/core/detail/vec3.h>
 
 #include <cmath>
@@ -29,10 +28,9 @@ Point3D_d Mul(const CRotationMatrix& A, const Point3D_d& p) {
 
 CQuadraticForm::CQuadraticForm() : m_A(CRotationMatrix::Identity()), m_b(), m_c(0) {}
 
-CQuadraticForm CQuadraticForm::buildFromCoefficients(double KXX, double KYY, double KZZ,
-                                                     double KXY, double KXZ, double KYZ,
-                                                     double KX, double KY, double KZ,
-                                                     double K) {
+CQuadraticForm CQuadraticForm::buildFromCoefficients(double KXX, double KYY, double KZZ, double KXY,
+                                                     double KXZ, double KYZ, double KX, double KY,
+                                                     double KZ, double K) {
   CQuadraticForm f;
   f.m_A.m[0][0] = KXX;
   f.m_A.m[1][1] = KYY;
@@ -107,8 +105,9 @@ CQuadraticForm::CalcZResult CQuadraticForm::calculateZByXY(double x, double y, d
   return CZR_TwoRoots;
 }
 
-CQuadraticForm::CalcZResult CQuadraticForm::calculateZByXYSortedByGrad(
-    double x, double y, double& z1, double& z2, const Point3D_d& dir) const {
+CQuadraticForm::CalcZResult CQuadraticForm::calculateZByXYSortedByGrad(double x, double y,
+                                                                       double& z1, double& z2,
+                                                                       const Point3D_d& dir) const {
   const CalcZResult r = calculateZByXY(x, y, z1, z2);
   if (r == CZR_TwoRoots) {
     const Point3D_d g1 = evalGradient(Point3D_d(x, y, z1)).unitLength();

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
+#include <qvmath/analysis/detail/curvature_core.h>
+#include <qvmath/analysis/detail/local_quadric_fit.h>
 #include <qvmath/analysis/quadric_curvature.h>
 
 #include <cmath>
-
-#include <qvmath/analysis/detail/curvature_core.h>
-#include <qvmath/analysis/detail/local_quadric_fit.h>
 
 namespace {
 

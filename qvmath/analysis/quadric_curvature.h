@@ -3,11 +3,11 @@
 // the curvatures with tensor and normal, and the smaller/larger pair as floats.
 #pragma once
 
-#include <vector>
-
 #include <qvmath/core/matrix.h>
 #include <qvmath/core/point3d.h>
 #include <qvmath/platform/export.h>
+
+#include <vector>
 
 /// Principal curvatures at pts[0] (the point of interest, its neighbours after it): the
 /// quadric at pts[0] is fitted by `GetNormal2` with default parameters and `Force2` set

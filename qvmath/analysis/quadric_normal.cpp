@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/analysis/quadric_normal.h>
-
-#include <algorithm>
-#include <cmath>
-
 #include <qvmath/analysis/detail/local_quadric_fit.h>
 #include <qvmath/analysis/detail/scatter3.h>
 #include <qvmath/analysis/detail/small_spd.h>
 #include <qvmath/analysis/ortho_norm_basis.h>
+#include <qvmath/analysis/quadric_normal.h>
+
+#include <algorithm>
+#include <cmath>
 
 using REmath::Point3D;
 using REmath::Point3D_d;
@@ -95,8 +94,8 @@ bool FitLocalQuadric(int n, const Point3D* pts, const LocalQuadricOptions& opt,
     const double d2 = q[0] * q[0] + q[1] * q[1] + q[2] * q[2];
     w = opt.weighted ? 1.0 / std::max(d2, floor2) : 1.0;
     const double u = q[0] / s, v = q[1] / s, z = q[2] / s;
-    const double r[kUnknowns] = {u * u, u * v, v * v, u,     v,
-                                 freeTerm ? 1.0 : 0.0, z * z, u * z, v * z};
+    const double r[kUnknowns] = {u * u, u * v, v * v, u, v, freeTerm ? 1.0 : 0.0,
+                                 z * z, u * z, v * z};
     std::copy(r, r + kUnknowns, row);
     return z;
   };

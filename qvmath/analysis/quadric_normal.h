@@ -84,17 +84,16 @@ class QVMATH_API CGetNormal2Prms {
 ///         first- and second-order terms undetermined), a failed eigen-iteration.
 /// The weights and the eigenvalue step use only stack storage: no heap allocation.
 QVMATH_API bool GetNormal2(int n, const REmath::Point3D* pts, const CGetNormal2Prms* prms,
-                           CQuadraticForm* quad, double* const normal, float* const x,
-                           double* y);
+                           CQuadraticForm* quad, double* const normal, float* const x, double* y);
 /// The same, the normal narrowed to floats.
 QVMATH_API bool GetNormal2(int n, const REmath::Point3D* pts, const CGetNormal2Prms* prms,
-                           CQuadraticForm* quad, float* const normal, float* const x,
-                           double* y);
+                           CQuadraticForm* quad, float* const normal, float* const x, double* y);
 
 /// The normal and the second-order approximation at pts[0]: the fit of `GetNormal2` with
 /// equal weights, no free term, the origin o = pts[0] (the quadric passes through pts[0]),
-/// no regularisation and the second-order fit always (`Force2`). quad is in coordinates p − pts[0] (shifted to pts[0], world axes,
-/// not scaled), so the principal curvatures of quad at its origin are those at pts[0].
+/// no regularisation and the second-order fit always (`Force2`). quad is in coordinates p − pts[0]
+/// (shifted to pts[0], world axes, not scaled), so the principal curvatures of quad at its origin
+/// are those at pts[0].
 /// @return true on success; false as for `GetNormal2` (n < 9 included); quad and normal
 ///         are then untouched.
 QVMATH_API bool GetNormalAndQuadricApprShiftedNonScaled(int n, const REmath::Point3D* pts,

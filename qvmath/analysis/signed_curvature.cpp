@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
+#include <qvmath/analysis/detail/small_spd.h>
+#include <qvmath/analysis/ortho_norm_basis.h>
 #include <qvmath/analysis/signed_curvature.h>
+#include <qvmath/core/detail/vec3.h>
 
 #include <algorithm>
 #include <cmath>
-
-#include <qvmath/analysis/detail/small_spd.h>
-#include <qvmath/analysis/ortho_norm_basis.h>
-#include <qvmath/core/detail/vec3.h>
 
 using REmath::Point3D_d;
 
@@ -57,8 +56,7 @@ bool Finish(const COrthoNormBasis& frame, const double* T1, const double* T2, do
                 B.m[2][0] * a[0] + B.m[2][1] * a[1] + B.m[2][2] * a[2]);
     return w.unitLength();
   };
-  CSignedCurvature r{m + rad, m - rad, m, (m + rad) * (m - rad), world(d1), world(d2), true,
-                     rcond};
+  CSignedCurvature r{m + rad, m - rad, m, (m + rad) * (m - rad), world(d1), world(d2), true, rcond};
   if (!std::isfinite(r.k1) || !std::isfinite(r.k2) || !std::isfinite(r.dir1.length()) ||
       !std::isfinite(r.dir2.length())) {
     Invalid(out, rcond);
@@ -120,8 +118,7 @@ bool GetSignedCurvatures(int n, const REmath::Point3D* pts, const Point3D_d& ori
 }
 
 bool GetSignedCurvatures(int n, const REmath::Point3D* pts, const REmath::Point3D* normals,
-                         const Point3D_d& origin, const Point3D_d& normal,
-                         CSignedCurvature& out) {
+                         const Point3D_d& origin, const Point3D_d& normal, CSignedCurvature& out) {
   if (!normals) return GetSignedCurvatures(n, pts, origin, normal, out);
   Invalid(out, 0.0);
   const double nl = normal.length();
@@ -146,8 +143,7 @@ bool GetSignedCurvatures(int n, const REmath::Point3D* pts, const REmath::Point3
     for (int i = 0; i < n; ++i) {
       double q[3], m[3];
       local(i, q);
-      const double d[3] = {double(normals[i].x()), double(normals[i].y()),
-                           double(normals[i].z())};
+      const double d[3] = {double(normals[i].x()), double(normals[i].y()), double(normals[i].z())};
       rotate(d, m);
       const double ml = std::copysign(std::sqrt(m[0] * m[0] + m[1] * m[1] + m[2] * m[2]), m[2]);
       if (!(std::fabs(ml) > 0) || !std::isfinite(ml)) return false;

@@ -60,6 +60,5 @@ QVMATH_API bool GetSignedCurvatures(int n, const REmath::Point3D* pts,
 /// that of the 5 × 5 normal matrix of the second fit (equilibrated).
 /// @return as above; also false when a normal is zero or not finite.
 QVMATH_API bool GetSignedCurvatures(int n, const REmath::Point3D* pts,
-                                    const REmath::Point3D* normals,
-                                    const REmath::Point3D_d& origin,
+                                    const REmath::Point3D* normals, const REmath::Point3D_d& origin,
                                     const REmath::Point3D_d& normal, CSignedCurvature& out);

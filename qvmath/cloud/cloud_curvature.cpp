@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/cloud/cloud_curvature.h>
-
 #include <qvmath/analysis/signed_curvature.h>
+#include <qvmath/cloud/cloud_curvature.h>
 #include <qvmath/cloud/detail/cloud_blocks.h>
 #include <qvmath/cloud/detail/neighbourhood.h>
 
@@ -22,8 +21,13 @@ class CurvatureKernel : public detail::IBlockKernel {
   CurvatureKernel(const CCloudIndex& index, const std::vector<Point3D>& normals,
                   const std::vector<unsigned char>& ok, const CCloudCurvatureParams& p,
                   CCloudCurvatures& out, int slots)
-      : m_index(index), m_normals(normals), m_ok(ok), m_p(p), m_out(out),
-        m_scratch(std::size_t(slots)), m_fit(std::size_t(slots)) {
+      : m_index(index),
+        m_normals(normals),
+        m_ok(ok),
+        m_p(p),
+        m_out(out),
+        m_scratch(std::size_t(slots)),
+        m_fit(std::size_t(slots)) {
     for (std::size_t i = 0; i < m_scratch.size(); ++i) {
       m_scratch[i].Reserve(p.radius > 0 ? 64 : p.k);
       m_fit[i].pts.resize(m_scratch[i].pts.size());
@@ -104,9 +108,8 @@ void ComputeCloudCurvatures(const CCloudIndex& index, const std::vector<Point3D>
       throw std::invalid_argument("curvature: k = " + std::to_string(params.k) +
                                   " is below the minimum 6");
     if (params.k > m)
-      throw std::invalid_argument("curvature: k = " + std::to_string(params.k) +
-                                  " exceeds the " + std::to_string(m) +
-                                  " finite points of the cloud");
+      throw std::invalid_argument("curvature: k = " + std::to_string(params.k) + " exceeds the " +
+                                  std::to_string(m) + " finite points of the cloud");
   }
   const float nan = std::numeric_limits<float>::quiet_NaN();
   for (auto* v : {&out.k1, &out.k2, &out.mean, &out.gauss}) v->assign(std::size_t(n), nan);

@@ -51,17 +51,16 @@ struct QVMATH_API CCloudCurvatures {
 /// `GetSignedCurvatures` on the point's neighbourhood (the point itself first), with the
 /// point as origin and its normal, and the neighbours' normals when
 /// `params.useNeighbourNormals` is set (for the best accuracy on noisy scans, estimate the
-/// normals from about twice as many neighbours as the curvature uses). Invalid: a point that is not indexed, whose
-/// normalValid flag is 0, or where `GetSignedCurvatures` fails. Parallel result equals
-/// serial result bit for bit.
+/// normals from about twice as many neighbours as the curvature uses). Invalid: a point that is not
+/// indexed, whose normalValid flag is 0, or where `GetSignedCurvatures` fails. Parallel result
+/// equals serial result bit for bit.
 /// @throws std::invalid_argument for an empty cloud or one without a finite point,
 ///         normals or normalValid not holding `index.Size()` entries, k < 6 or k above the
 ///         number of indexed points in k-NN mode; CUserIntrException on cancellation.
 QVMATH_API void ComputeCloudCurvatures(const CCloudIndex& index,
                                        const std::vector<Point3D>& normals,
                                        const std::vector<unsigned char>& normalValid,
-                                       const CCloudCurvatureParams& params,
-                                       CCloudCurvatures& out,
+                                       const CCloudCurvatureParams& params, CCloudCurvatures& out,
                                        CProgressCounter* progress = nullptr);
 
 }  // namespace REmath

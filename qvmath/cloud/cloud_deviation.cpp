@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: MIT
 #include <qvmath/cloud/cloud_deviation.h>
-
 #include <qvmath/cloud/detail/cloud_blocks.h>
 #include <qvmath/cloud/detail/triangle_bvh.h>
 #include <qvmath/core/detail/vec3.h>
 #include <qvmath/infra/progress_counter.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <stdexcept>
 

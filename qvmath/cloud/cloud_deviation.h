@@ -31,14 +31,14 @@ struct QVMATH_API CDeviationParams {
 
 /// Summary of signed distances, over the valid (finite) ones only.
 struct QVMATH_API CDeviationStats {
-  int validCount = 0;    ///< finite distances
-  int invalidCount = 0;  ///< NaN distances (points that could not be measured)
-  double mean = 0;       ///< mean signed distance
-  double meanAbs = 0;    ///< mean of |distance|
-  double rms = 0;        ///< root of the mean squared distance
-  double maxAbs = 0;     ///< largest |distance|
-  double minSigned = 0;  ///< least signed distance
-  double maxSigned = 0;  ///< largest signed distance
+  int validCount = 0;          ///< finite distances
+  int invalidCount = 0;        ///< NaN distances (points that could not be measured)
+  double mean = 0;             ///< mean signed distance
+  double meanAbs = 0;          ///< mean of |distance|
+  double rms = 0;              ///< root of the mean squared distance
+  double maxAbs = 0;           ///< largest |distance|
+  double minSigned = 0;        ///< least signed distance
+  double maxSigned = 0;        ///< largest signed distance
   double withinTolerance = 0;  ///< share of valid points with |distance| <= tolerance, in [0, 1]
   /// Counts per bin; bin k covers [lo + k·w, lo + (k+1)·w) with w = (hi − lo)/bins, the last
   /// bin closed at hi; distances outside [lo, hi] count in the end bins.

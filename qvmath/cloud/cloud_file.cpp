@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 #include <qvmath/cloud/cloud_file.h>
-
 #include <qvmath/cloud/cloud_file_error.h>
 #include <qvmath/cloud/ply_io.h>
 #include <qvmath/cloud/xyz_io.h>
@@ -24,11 +23,15 @@ ECloudFileFormat CloudFileFormatOf(const std::string& path) {
 
 void ReadCloudFile(const std::string& path, CPointCloud& cloud) {
   switch (CloudFileFormatOf(path)) {
-    case ECloudFileFormat::Ply: return ReadPlyCloudFile(path, cloud);
-    case ECloudFileFormat::Xyz: return ReadXyzCloudFile(path, cloud);
-    case ECloudFileFormat::Unknown: break;
+    case ECloudFileFormat::Ply:
+      return ReadPlyCloudFile(path, cloud);
+    case ECloudFileFormat::Xyz:
+      return ReadXyzCloudFile(path, cloud);
+    case ECloudFileFormat::Unknown:
+      break;
   }
-  throw ECloudFileError(path + ": unknown file extension (expected .ply, .xyz, .txt, .pts, .csv or .asc)");
+  throw ECloudFileError(path +
+                        ": unknown file extension (expected .ply, .xyz, .txt, .pts, .csv or .asc)");
 }
 
 void WriteCloudFile(const std::string& path, const CPointCloud& cloud, bool asciiPly) {
@@ -36,10 +39,13 @@ void WriteCloudFile(const std::string& path, const CPointCloud& cloud, bool asci
     case ECloudFileFormat::Ply:
       return WritePlyCloudFile(path, cloud,
                                asciiPly ? EPlyEncoding::Ascii : EPlyEncoding::BinaryLittleEndian);
-    case ECloudFileFormat::Xyz: return WriteXyzCloudFile(path, cloud);
-    case ECloudFileFormat::Unknown: break;
+    case ECloudFileFormat::Xyz:
+      return WriteXyzCloudFile(path, cloud);
+    case ECloudFileFormat::Unknown:
+      break;
   }
-  throw ECloudFileError(path + ": unknown file extension (expected .ply, .xyz, .txt, .pts, .csv or .asc)");
+  throw ECloudFileError(path +
+                        ": unknown file extension (expected .ply, .xyz, .txt, .pts, .csv or .asc)");
 }
 
 }  // namespace REmath

@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: MIT
 #include <qvmath/cloud/cloud_index.h>
-
 #include <qvmath/infra/progress_counter.h>
-
-#include <nanoflann.hpp>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <nanoflann.hpp>
 #include <stdexcept>
 
 namespace REmath {

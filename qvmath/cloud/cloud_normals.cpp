@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/cloud/cloud_normals.h>
-
 #include <qvmath/analysis/detail/scatter3.h>
 #include <qvmath/analysis/quadratic_form.h>
+#include <qvmath/cloud/cloud_normals.h>
 #include <qvmath/cloud/detail/cloud_blocks.h>
 #include <qvmath/cloud/detail/neighbourhood.h>
 #include <qvmath/infra/progress_counter.h>
@@ -39,8 +38,8 @@ bool CovarianceNormal(int n, const Point3D* pts, Point3D& normal, float& variati
   const double largest = std::max(d[0], std::max(d[1], d[2]));
   const double middle = trace - m - largest;
   if (!(middle > kCollinearRatio * largest)) return false;
-  const double len = std::sqrt(work[0][i] * work[0][i] + work[1][i] * work[1][i] +
-                               work[2][i] * work[2][i]);
+  const double len =
+      std::sqrt(work[0][i] * work[0][i] + work[1][i] * work[1][i] + work[2][i] * work[2][i]);
   if (!(len > 0)) return false;
   normal = Point3D(float(work[0][i] / len), float(work[1][i] / len), float(work[2][i] / len));
   variation = trace > 0 ? float(m / trace) : float(1.0 / 3.0);
@@ -49,8 +48,7 @@ bool CovarianceNormal(int n, const Point3D* pts, Point3D& normal, float& variati
 
 class NormalKernel : public detail::IBlockKernel {
  public:
-  NormalKernel(const CCloudIndex& index, const CCloudNormalParams& p, CCloudNormals& out,
-               int slots)
+  NormalKernel(const CCloudIndex& index, const CCloudNormalParams& p, CCloudNormals& out, int slots)
       : m_index(index), m_p(p), m_out(out), m_scratch(std::size_t(slots)) {
     for (auto& s : m_scratch) s.Reserve(p.radius > 0 ? 64 : p.k);
   }

@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include <qvmath/cloud/cloud_orientation.h>
-
-#include <qvmath/core/detail/vec3.h>
-
 #include <qvmath/cloud/detail/cloud_blocks.h>
 #include <qvmath/cloud/detail/knn_graph.h>
+#include <qvmath/core/detail/vec3.h>
 #include <qvmath/infra/fp_heap.h>
 #include <qvmath/infra/progress_counter.h>
 #include <qvmath/platform/korva_exception.h>
@@ -148,7 +146,8 @@ int SpanningTree(const CCloudIndex& index, const CCloudOrientParams& p,
       HeapNode* h = static_cast<HeapNode*>(heap.extract());
       const int s = int(h - node.data());
       done[std::size_t(s)] = 1;
-      if (h->parent >= 0 && detail::PointDot(nrm[std::size_t(s)], nrm[std::size_t(h->parent)]) < 0) {
+      if (h->parent >= 0 &&
+          detail::PointDot(nrm[std::size_t(s)], nrm[std::size_t(h->parent)]) < 0) {
         Point3D& n = nrm[std::size_t(s)];
         n = Point3D(-n.x(), -n.y(), -n.z());
       }

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/cloud/cloud_planes.h>
-
 #include <qvmath/analysis/coord3d_refs.h>
 #include <qvmath/analysis/plane_appoximator.h>
 #include <qvmath/analysis/plane_fit.h>
+#include <qvmath/cloud/cloud_planes.h>
 #include <qvmath/cloud/detail/cloud_blocks.h>
 #include <qvmath/cloud/detail/knn_graph.h>
 #include <qvmath/infra/progress_counter.h>
@@ -19,7 +18,7 @@ namespace REmath {
 
 namespace {
 
-constexpr int kExcluded = -2;          // inliers of a failed round, out of the pool for good
+constexpr int kExcluded = -2;           // inliers of a failed round, out of the pool for good
 constexpr int kFailedRoundsToStop = 3;  // consecutive rounds without a plane
 // Share of the proposal's points a refit may lose and still be kept. A proposal through one
 // point with its noisy normal is tilted by a fraction of a degree and its band picks up a
@@ -46,10 +45,15 @@ struct InlierTest {
 // Scores proposals on the sample, one proposal per item.
 class ScoreKernel : public detail::IBlockKernel {
  public:
-  ScoreKernel(const std::vector<Plane>& props, const std::vector<int>& sample,
-              const Point3D* pts, const std::vector<Point3D>& nrm,
-              const std::vector<unsigned char>& ok, const InlierTest& test, std::vector<int>& score)
-      : m_props(props), m_sample(sample), m_pts(pts), m_nrm(nrm), m_ok(ok), m_test(test),
+  ScoreKernel(const std::vector<Plane>& props, const std::vector<int>& sample, const Point3D* pts,
+              const std::vector<Point3D>& nrm, const std::vector<unsigned char>& ok,
+              const InlierTest& test, std::vector<int>& score)
+      : m_props(props),
+        m_sample(sample),
+        m_pts(pts),
+        m_nrm(nrm),
+        m_ok(ok),
+        m_test(test),
         m_score(score) {}
   void ProcessRange(int begin, int end, int) override {
     for (int h = begin; h < end; ++h) {
@@ -99,7 +103,8 @@ class InlierKernel : public detail::IBlockKernel {
 std::size_t Draw(std::mt19937_64& rng, std::size_t n) {
   const std::uint64_t limit = UINT64_MAX - UINT64_MAX % n;
   std::uint64_t v;
-  do v = rng(); while (v >= limit);
+  do v = rng();
+  while (v >= limit);
   return std::size_t(v % n);
 }
 
@@ -114,7 +119,7 @@ double EstimatePointSpacing(const CCloudIndex& index, int samples) {
   int idx[8];
   float d2[8];
   for (int i = 0; i < count; ++i) {
-    const int s = int((long long)(i) * m / count);
+    const int s = int((long long)(i)*m / count);
     const int found = index.KNearestSorted(index.SortedPoints()[s], 8, idx, d2);
     for (int j = 0; j < found; ++j)
       if (d2[j] > 0) {
@@ -128,8 +133,8 @@ double EstimatePointSpacing(const CCloudIndex& index, int samples) {
 }
 
 void FindCloudPlanes(const CCloudIndex& index, const std::vector<Point3D>& normals,
-                     const std::vector<unsigned char>& normalValid,
-                     const CCloudPlaneParams& p, CCloudPlanes& out, CProgressCounter* progress) {
+                     const std::vector<unsigned char>& normalValid, const CCloudPlaneParams& p,
+                     CCloudPlanes& out, CProgressCounter* progress) {
   const int n = index.Size();
   const int m = index.IndexedCount();
   if (n == 0) throw std::invalid_argument("planes: empty cloud");
@@ -150,7 +155,8 @@ void FindCloudPlanes(const CCloudIndex& index, const std::vector<Point3D>& norma
   out.labels.assign(std::size_t(n), -1);
   out.planes.clear();
   out.distance = p.distance > 0 ? p.distance : 3.0 * EstimatePointSpacing(index);
-  const InlierTest test{out.distance, std::cos(std::min(std::fabs(p.maxAngle), 1.5707963267948966))};
+  const InlierTest test{out.distance,
+                        std::cos(std::min(std::fabs(p.maxAngle), 1.5707963267948966))};
   const int slots = detail::ResolveThreadCount(p.nThreads);
 
   detail::KnnGraph graph;
@@ -166,7 +172,8 @@ void FindCloudPlanes(const CCloudIndex& index, const std::vector<Point3D>& norma
   std::vector<int> score;
   std::vector<Point3D> piecePts, pieceNrm;
   std::mt19937_64 rng(p.seed);
-  std::unique_ptr<IPlaneAppoximator> approx(IPlaneAppoximator::CreateByConstraint(PLANE_FIT_UNCONSTRAINED));
+  std::unique_ptr<IPlaneAppoximator> approx(
+      IPlaneAppoximator::CreateByConstraint(PLANE_FIT_UNCONSTRAINED));
   int failed = 0, labelled = 0;
 
   // Grows from `from` over unlabelled points that pass the test against pl and are joined
@@ -220,7 +227,8 @@ void FindCloudPlanes(const CCloudIndex& index, const std::vector<Point3D>& norma
     score.assign(props.size(), 0);
     ScoreKernel sk(props, sample, pts, nrm, ok, test, score);
     detail::RunBlocks(int(props.size()), 8, slots, nullptr, sk);
-    const std::size_t best = std::size_t(std::max_element(score.begin(), score.end()) - score.begin());
+    const std::size_t best =
+        std::size_t(std::max_element(score.begin(), score.end()) - score.begin());
     const Plane proposal = props[best];
     // (2) inliers in the whole pool, split into connected pieces.
     InlierKernel ik(proposal, pts, nrm, ok, label, test, flag);

@@ -89,9 +89,9 @@ QVMATH_API double EstimatePointSpacing(const CCloudIndex& index, int samples = 1
 /// that plane replaces it, and the plane is fitted once more to the grown region, unless
 /// the grown region has lost more than 1 % of the piece's points: then the refit is
 /// rejected and the piece keeps the proposal's plane. (The 1 % lets the refit shed the
-/// strip of a neighbouring surface that a slightly tilted proposal picks up along an edge.) Labelled points leave the pool; the inliers of a
-/// round that found no plane leave the proposals (three such rounds in a row end the
-/// search).
+/// strip of a neighbouring surface that a slightly tilted proposal picks up along an edge.)
+/// Labelled points leave the pool; the inliers of a round that found no plane leave the proposals
+/// (three such rounds in a row end the search).
 ///
 /// Deterministic: the random draws are made on the calling thread from a 64-bit Mersenne
 /// Twister seeded with `seed`; the parallel parts only count and test. Same seed, same

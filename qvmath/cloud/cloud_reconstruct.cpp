@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/cloud/cloud_reconstruct.h>
-
 #include <qvmath/analysis/detail/small_spd.h>
 #include <qvmath/cloud/cloud_index.h>
 #include <qvmath/cloud/cloud_planes.h>
+#include <qvmath/cloud/cloud_reconstruct.h>
 #include <qvmath/cloud/detail/cloud_blocks.h>
 #include <qvmath/geometry/dist_point_triangle.h>
 #include <qvmath/geometry/polygonizer.h>
@@ -33,7 +32,10 @@ class CTangentPlaneFunction : public pzProcess::SurfaceFunctor {
  public:
   CTangentPlaneFunction(const CCloudIndex& index, const std::vector<Point3D>& normals, int k,
                         double cell, double band)
-      : m_index(index), m_normals(normals), m_k(k), m_invH2(1.0 / (cell * cell)),
+      : m_index(index),
+        m_normals(normals),
+        m_k(k),
+        m_invH2(1.0 / (cell * cell)),
         m_band2(band * cell * band * cell) {}
 
   double operator()(const Point3D_d& p, int* flag) const override {
@@ -79,8 +81,7 @@ class CTriangleCollector : public pzProcess::TriangleFunctor {
     m_out.push_back({a, b, c});
     if ((m_out.size() & 1023) == 0) {
       if (CProgressCounter::IsStopping()) throw CUserIntrException();
-      if (m_pc)
-        m_pc->SetPosFloat(std::min(0.99, double(m_out.size() + m_before) / m_expected));
+      if (m_pc) m_pc->SetPosFloat(std::min(0.99, double(m_out.size() + m_before) / m_expected));
     }
     return 1;
   }
@@ -183,8 +184,12 @@ class CSampleDistanceKernel : public detail::IBlockKernel {
                         const std::vector<std::int32_t>& start,
                         const std::vector<std::int32_t>& incident, const Point3D* samples,
                         std::vector<float>& dist)
-      : m_mesh(mesh), m_vindex(vertexIndex), m_start(start), m_incident(incident),
-        m_samples(samples), m_dist(dist) {}
+      : m_mesh(mesh),
+        m_vindex(vertexIndex),
+        m_start(start),
+        m_incident(incident),
+        m_samples(samples),
+        m_dist(dist) {}
 
   void ProcessRange(int begin, int end, int) override {
     int near[kDistanceNeighbours];
@@ -228,8 +233,7 @@ Point3D_d AreaVector(const std::vector<Point3D>& v, const std::array<std::int32_
   const Point3D &a = v[std::size_t(t[0])], &b = v[std::size_t(t[1])], &c = v[std::size_t(t[2])];
   const double u[3] = {double(b.x()) - a.x(), double(b.y()) - a.y(), double(b.z()) - a.z()};
   const double w[3] = {double(c.x()) - a.x(), double(c.y()) - a.y(), double(c.z()) - a.z()};
-  return Point3D_d(u[1] * w[2] - u[2] * w[1], u[2] * w[0] - u[0] * w[2],
-                   u[0] * w[1] - u[1] * w[0]);
+  return Point3D_d(u[1] * w[2] - u[2] * w[1], u[2] * w[0] - u[0] * w[2], u[0] * w[1] - u[1] * w[0]);
 }
 
 // The polygonizer leaves slivers (vertices a hair from a lattice corner), which the fit's
@@ -247,8 +251,7 @@ void KeepOrientation(const std::vector<Point3D>& placed, const std::vector<Point
       if (a.x() == 0.0 && a.y() == 0.0 && a.z() == 0.0) continue;  // no orientation to keep
       for (std::int32_t v : t) {
         const std::size_t i = std::size_t(v);
-        if (vs[i].x() == placed[i].x() && vs[i].y() == placed[i].y() &&
-            vs[i].z() == placed[i].z())
+        if (vs[i].x() == placed[i].x() && vs[i].y() == placed[i].y() && vs[i].z() == placed[i].z())
           continue;
         vs[i] = placed[i];
         mesh.Normals()[i] = placedNormals[i];
@@ -368,8 +371,8 @@ void ReconstructCloudMesh(const CPointCloud& cloud, const CReconstructParams& pa
   if (params.maxMemory > 0 && report.estimatedBytes > params.maxMemory)
     throw std::length_error("reconstruct: estimated memory of " +
                             std::to_string((report.estimatedBytes + (1 << 20) - 1) >> 20) +
-                            " MB exceeds the limit of " +
-                            std::to_string(params.maxMemory >> 20) + " MB");
+                            " MB exceeds the limit of " + std::to_string(params.maxMemory >> 20) +
+                            " MB");
 
   // Lattice bounds: the samples' extent plus the band, in cells, from any seed.
   float lo[3] = {INFINITY, INFINITY, INFINITY}, hi[3] = {-INFINITY, -INFINITY, -INFINITY};
@@ -413,9 +416,9 @@ void ReconstructCloudMesh(const CPointCloud& cloud, const CReconstructParams& pa
       for (int v = 0; v < vs.count; ++v) {
         const pzVertex& pv = vs.ptr[v];
         mesh.Vertices().emplace_back(float(pv.position.x()), float(pv.position.y()),
-                                   float(pv.position.z()));
+                                     float(pv.position.z()));
         mesh.Normals().emplace_back(float(pv.normal.x()), float(pv.normal.y()),
-                                  float(pv.normal.z()));
+                                    float(pv.normal.z()));
         cover(mesh.Vertices().back(), float(kCoverRadius * h));
       }
       for (const auto& t : piece)

@@ -35,8 +35,8 @@ struct QVMATH_API CReconstructParams {
   int fitNeighbours = 96;
   /// Largest estimated working memory in bytes; <= 0: no limit.
   std::int64_t maxMemory = 0;
-  /// Worker threads of the vertex fit and the sample-to-mesh distances; 1 runs on the calling thread, < 1 one
-  /// per hardware thread. The polygonization itself is serial.
+  /// Worker threads of the vertex fit and the sample-to-mesh distances; 1 runs on the calling
+  /// thread, < 1 one per hardware thread. The polygonization itself is serial.
   int nThreads = 1;
 };
 
@@ -101,8 +101,8 @@ QVMATH_API std::int64_t EstimateReconstructBytes(int samples, double spacing, do
 /// from outside. A closed, well-sampled surface gives a closed 2-manifold.
 ///
 /// Memory: the estimate, an upper-side one for random sampling, is about 200 bytes per
-/// expected triangle (10 triangles per area h² of a surface of 4.5 N s², s the spacing) plus 100 bytes per sample;
-/// it is checked before any polygonization.
+/// expected triangle (10 triangles per area h² of a surface of 4.5 N s², s the spacing) plus 100
+/// bytes per sample; it is checked before any polygonization.
 ///
 /// Distances of the samples: for each used sample, the least distance to the triangles
 /// around its 8 nearest mesh vertices (`distancePointTriangle2`), exact for a sample close
@@ -113,13 +113,11 @@ QVMATH_API std::int64_t EstimateReconstructBytes(int samples, double spacing, do
 /// @param[out] mesh replaced by the result; unspecified after an exception.
 /// @param[out] report filled on success; unspecified after an exception.
 /// @throws std::invalid_argument "reconstruct: ..." when the cloud has no normals or breaks
-///         its size invariant, has no usable sample, neighbours is outside 1..64, fitNeighbours is neither 0
-///         nor in 6..128, the band is
-///         not above √3, or the cell size is not finite or cannot be derived (fewer than two
-///         distinct samples);
-///         std::length_error "reconstruct: estimated memory of N MB exceeds the limit of M MB"
-///         before any work when the estimate exceeds `maxMemory`;
-///         std::bad_alloc when the polygonizer runs out of memory;
+///         its size invariant, has no usable sample, neighbours is outside 1..64, fitNeighbours is
+///         neither 0 nor in 6..128, the band is not above √3, or the cell size is not finite or
+///         cannot be derived (fewer than two distinct samples); std::length_error "reconstruct:
+///         estimated memory of N MB exceeds the limit of M MB" before any work when the estimate
+///         exceeds `maxMemory`; std::bad_alloc when the polygonizer runs out of memory;
 ///         CUserIntrException when the progress callback or the stop flag cancels.
 /// Threading: `pzProcess::polygonize` reseeds the process-wide rand() with srand(1) at
 /// every piece; serialise calls with other users of rand() when their sequence matters.

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/cloud/ply_io.h>
-
 #include <qvmath/cloud/cloud_file_error.h>
 #include <qvmath/cloud/detail/field_types.h>
 #include <qvmath/cloud/detail/file_bytes.h>
+#include <qvmath/cloud/ply_io.h>
 
 #include <algorithm>
 #include <cmath>
@@ -90,10 +89,14 @@ std::size_t ParseHeader(const unsigned char* data, std::size_t size, Format& for
     if (w[0] == "end_header") break;
     if (w[0] == "format") {
       if (w.size() != 3 || haveFormat) Fail("bad format line '" + line + "'");
-      if (w[1] == "ascii") format = Format::Ascii;
-      else if (w[1] == "binary_little_endian") format = Format::BinaryLE;
-      else if (w[1] == "binary_big_endian") format = Format::BinaryBE;
-      else Fail("unknown format '" + w[1] + "'");
+      if (w[1] == "ascii")
+        format = Format::Ascii;
+      else if (w[1] == "binary_little_endian")
+        format = Format::BinaryLE;
+      else if (w[1] == "binary_big_endian")
+        format = Format::BinaryBE;
+      else
+        Fail("unknown format '" + w[1] + "'");
       if (w[2] != "1.0") Fail("unsupported format version '" + w[2] + "'");
       haveFormat = true;
     } else if (w[0] == "element") {
@@ -134,8 +137,10 @@ std::size_t ParseHeader(const unsigned char* data, std::size_t size, Format& for
 std::uint64_t MinRecordBytes(const Element& e, Format format) {
   std::uint64_t n = 0;
   for (const Property& p : e.props) {
-    if (format == Format::Ascii) n += 2;  // a one-character token and its separator
-    else n += std::uint64_t(FieldTypeSize(p.isList ? p.countType : p.type));
+    if (format == Format::Ascii)
+      n += 2;  // a one-character token and its separator
+    else
+      n += std::uint64_t(FieldTypeSize(p.isList ? p.countType : p.type));
   }
   return n;
 }
@@ -159,7 +164,10 @@ void CheckFits(const Element& e, Format format, std::size_t remaining) {
 class BodyReader {
  public:
   BodyReader(const unsigned char* data, std::size_t size, std::size_t pos, Format format)
-      : m_data(data), m_size(size), m_pos(pos), m_format(format),
+      : m_data(data),
+        m_size(size),
+        m_pos(pos),
+        m_format(format),
         m_swap((format == Format::BinaryLE) != detail::HostIsLittleEndian()) {}
 
   std::size_t Remaining() const { return m_size - m_pos; }
@@ -241,9 +249,8 @@ void AssignSlots(const Element& v, std::vector<int>& slot, bool& normals, bool& 
     slot[std::size_t(c)] = kNz;
     normals = true;
   }
-  static const char* const kColourNames[][3] = {{"red", "green", "blue"},
-                                                {"diffuse_red", "diffuse_green", "diffuse_blue"},
-                                                {"r", "g", "b"}};
+  static const char* const kColourNames[][3] = {
+      {"red", "green", "blue"}, {"diffuse_red", "diffuse_green", "diffuse_blue"}, {"r", "g", "b"}};
   for (const auto& names : kColourNames) {
     const int a = find(names[0]), b = find(names[1]), c = find(names[2]);
     if (colours || a < 0 || b < 0 || c < 0) continue;
@@ -287,36 +294,57 @@ void ReadVertices(BodyReader& rd, const Element& v, CPointCloud& cloud) {
       const double d = rd.Value(v.props[i].type, v);
       const float f = static_cast<float>(d);
       switch (slot[i]) {
-        case kX: pos[k].x() = f; break;
-        case kY: pos[k].y() = f; break;
-        case kZ: pos[k].z() = f; break;
-        case kNx: nrm[k].x() = f; break;
-        case kNy: nrm[k].y() = f; break;
-        case kNz: nrm[k].z() = f; break;
+        case kX:
+          pos[k].x() = f;
+          break;
+        case kY:
+          pos[k].y() = f;
+          break;
+        case kZ:
+          pos[k].z() = f;
+          break;
+        case kNx:
+          nrm[k].x() = f;
+          break;
+        case kNy:
+          nrm[k].y() = f;
+          break;
+        case kNz:
+          nrm[k].z() = f;
+          break;
         // An ASCII colour token may be out of 0..255; clamp as the binary form would be.
-        case kRed: rgb |= std::uint32_t(detail::ClampRound(d, 0, 255)); break;
-        case kGreen: rgb |= std::uint32_t(detail::ClampRound(d, 0, 255)) << 8; break;
-        case kBlue: rgb |= std::uint32_t(detail::ClampRound(d, 0, 255)) << 16; break;
-        default: cloud.Fields()[std::size_t(fieldOf[i])].values[k] = f; break;
+        case kRed:
+          rgb |= std::uint32_t(detail::ClampRound(d, 0, 255));
+          break;
+        case kGreen:
+          rgb |= std::uint32_t(detail::ClampRound(d, 0, 255)) << 8;
+          break;
+        case kBlue:
+          rgb |= std::uint32_t(detail::ClampRound(d, 0, 255)) << 16;
+          break;
+        default:
+          cloud.Fields()[std::size_t(fieldOf[i])].values[k] = f;
+          break;
       }
     }
     if (colours) col[k] = rgb;
   }
 }
 
-void WriteHeaderAndBody(const CPointCloud& cloud, EPlyEncoding enc, std::vector<unsigned char>& out) {
+void WriteHeaderAndBody(const CPointCloud& cloud, EPlyEncoding enc,
+                        std::vector<unsigned char>& out) {
   cloud.CheckSizes();
   for (const auto& f : cloud.Fields()) {
-    bool bad = !detail::IsWritableFieldName(f.name) || f.name == "x" || f.name == "y" || f.name == "z";
+    bool bad =
+        !detail::IsWritableFieldName(f.name) || f.name == "x" || f.name == "y" || f.name == "z";
     if (cloud.HasNormals()) bad = bad || f.name == "nx" || f.name == "ny" || f.name == "nz";
-    if (cloud.HasColours())
-      bad = bad || f.name == "red" || f.name == "green" || f.name == "blue";
+    if (cloud.HasColours()) bad = bad || f.name == "red" || f.name == "green" || f.name == "blue";
     if (bad) throw std::invalid_argument("PLY: field name '" + f.name + "' cannot be written");
   }
   std::string h = "ply\nformat ";
-  h += enc == EPlyEncoding::Ascii ? "ascii" : enc == EPlyEncoding::BinaryBigEndian
-                                                  ? "binary_big_endian"
-                                                  : "binary_little_endian";
+  h += enc == EPlyEncoding::Ascii             ? "ascii"
+       : enc == EPlyEncoding::BinaryBigEndian ? "binary_big_endian"
+                                              : "binary_little_endian";
   h += " 1.0\ncomment written by QVmath\nelement vertex " + std::to_string(cloud.Size()) + "\n";
   h += "property float x\nproperty float y\nproperty float z\n";
   if (cloud.HasNormals()) h += "property float nx\nproperty float ny\nproperty float nz\n";
@@ -335,9 +363,12 @@ void WriteHeaderAndBody(const CPointCloud& cloud, EPlyEncoding enc, std::vector<
     for (std::size_t k = 0; k < n; ++k) {
       line.clear();
       auto put3 = [&](const Point3D& p) {
-        detail::AppendFloat(line, p.x()); line += ' ';
-        detail::AppendFloat(line, p.y()); line += ' ';
-        detail::AppendFloat(line, p.z()); line += ' ';
+        detail::AppendFloat(line, p.x());
+        line += ' ';
+        detail::AppendFloat(line, p.y());
+        line += ' ';
+        detail::AppendFloat(line, p.z());
+        line += ' ';
       };
       put3(pos[k]);
       if (cloud.HasNormals()) put3(nrm[k]);
@@ -390,8 +421,10 @@ void ReadFaces(BodyReader& rd, const Element& f, int vertexCount, CTriangleMesh&
     for (std::size_t i = 0; i < f.props.size(); ++i) {
       const Property& p = f.props[i];
       if (int(i) != list) {
-        if (p.isList) rd.SkipList(p, f);
-        else rd.Value(p.type, f);
+        if (p.isList)
+          rd.SkipList(p, f);
+        else
+          rd.Value(p.type, f);
         continue;
       }
       const double c = rd.Value(p.countType, f);
@@ -436,8 +469,10 @@ void ReadPlyMesh(const unsigned char* data, std::size_t size, CTriangleMesh& mes
     } else {
       for (std::uint64_t k = 0; k < e.count; ++k)
         for (const Property& p : e.props) {
-          if (p.isList) rd.SkipList(p, e);
-          else rd.Value(p.type, e);
+          if (p.isList)
+            rd.SkipList(p, e);
+          else
+            rd.Value(p.type, e);
         }
     }
   }
@@ -507,8 +542,10 @@ void ReadPlyCloud(const unsigned char* data, std::size_t size, CPointCloud& clou
     }
     for (std::uint64_t k = 0; k < e.count; ++k)
       for (const Property& p : e.props) {
-        if (p.isList) rd.SkipList(p, e);
-        else rd.Value(p.type, e);
+        if (p.isList)
+          rd.SkipList(p, e);
+        else
+          rd.Value(p.type, e);
       }
   }
 }
@@ -519,7 +556,8 @@ void ReadPlyCloudFile(const std::string& path, CPointCloud& cloud) {
   });
 }
 
-void WritePlyCloud(const CPointCloud& cloud, std::vector<unsigned char>& out, EPlyEncoding encoding) {
+void WritePlyCloud(const CPointCloud& cloud, std::vector<unsigned char>& out,
+                   EPlyEncoding encoding) {
   WriteHeaderAndBody(cloud, encoding, out);
 }
 

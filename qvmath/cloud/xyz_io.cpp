@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/cloud/xyz_io.h>
-
 #include <qvmath/cloud/cloud_file_error.h>
 #include <qvmath/cloud/detail/field_types.h>
 #include <qvmath/cloud/detail/file_bytes.h>
+#include <qvmath/cloud/xyz_io.h>
 
 #include <stdexcept>
 #include <string>
@@ -33,7 +32,8 @@ void Tokens(const char* b, const char* e, std::vector<std::pair<const char*, con
 enum Slot : int { kX, kY, kZ, kNx, kNy, kNz, kRed, kGreen, kBlue, kField };
 
 // Column roles from names, as the PLY reader assigns them.
-void SlotsFromNames(const std::vector<std::string>& names, std::size_t line, std::vector<int>& slot) {
+void SlotsFromNames(const std::vector<std::string>& names, std::size_t line,
+                    std::vector<int>& slot) {
   const std::size_t n = names.size();
   slot.assign(n, kField);
   for (std::size_t i = 0; i < n; ++i) {
@@ -125,7 +125,8 @@ void ReadXyzCloud(const char* data, std::size_t size, CPointCloud& cloud) {
       }
     }
     if (tok.size() != slot.size())
-      Fail(lineNo, std::to_string(tok.size()) + " columns, expected " + std::to_string(slot.size()));
+      Fail(lineNo,
+           std::to_string(tok.size()) + " columns, expected " + std::to_string(slot.size()));
     Point3D pos, nrm;
     std::uint32_t rgb = 0;
     for (std::size_t i = 0; i < tok.size(); ++i) {
@@ -134,16 +135,36 @@ void ReadXyzCloud(const char* data, std::size_t size, CPointCloud& cloud) {
         Fail(lineNo, "'" + std::string(tok[i].first, tok[i].second) + "' is not a number");
       const float f = float(v);
       switch (slot[i]) {
-        case kX: pos.x() = f; break;
-        case kY: pos.y() = f; break;
-        case kZ: pos.z() = f; break;
-        case kNx: nrm.x() = f; break;
-        case kNy: nrm.y() = f; break;
-        case kNz: nrm.z() = f; break;
-        case kRed: rgb |= std::uint32_t(detail::ClampRound(v, 0, 255)); break;
-        case kGreen: rgb |= std::uint32_t(detail::ClampRound(v, 0, 255)) << 8; break;
-        case kBlue: rgb |= std::uint32_t(detail::ClampRound(v, 0, 255)) << 16; break;
-        default: cloud.Fields()[std::size_t(fieldOf[i])].values.push_back(f); break;
+        case kX:
+          pos.x() = f;
+          break;
+        case kY:
+          pos.y() = f;
+          break;
+        case kZ:
+          pos.z() = f;
+          break;
+        case kNx:
+          nrm.x() = f;
+          break;
+        case kNy:
+          nrm.y() = f;
+          break;
+        case kNz:
+          nrm.z() = f;
+          break;
+        case kRed:
+          rgb |= std::uint32_t(detail::ClampRound(v, 0, 255));
+          break;
+        case kGreen:
+          rgb |= std::uint32_t(detail::ClampRound(v, 0, 255)) << 8;
+          break;
+        case kBlue:
+          rgb |= std::uint32_t(detail::ClampRound(v, 0, 255)) << 16;
+          break;
+        default:
+          cloud.Fields()[std::size_t(fieldOf[i])].values.push_back(f);
+          break;
       }
     }
     cloud.Positions().push_back(pos);

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include <qvmath/core/bicgstab.h>
+#include <qvmath/core/detail/lapack.h>
 
 #include <cmath>
 #include <cstddef>
 #include <memory>
-
-#include <qvmath/core/detail/lapack.h>
 
 namespace REmath {
 
@@ -56,8 +55,7 @@ int bicgstab(int n, void (*matvec)(void* ctx, const double* in, double* out), vo
     matvec(ctx, w, t);
     const double wt = blas::dot(n, w, t);
     const double tt = blas::dot(n, t, t);
-    const double omega =
-        (std::abs(wt) < kBreakdown || std::abs(tt) < kBreakdown) ? 0.0 : wt / tt;
+    const double omega = (std::abs(wt) < kBreakdown || std::abs(tt) < kBreakdown) ? 0.0 : wt / tt;
     blas::axpy(n, -omega, t, r);
     blas::axpy(n, -alpha, p, xk);
     blas::axpy(n, -omega, w, xk);

@@ -41,7 +41,7 @@ namespace REmath {
 ///         tol), or −1 on breakdown. n < 1 returns 0 without calling matvec.
 /// @throws std::bad_alloc when the work vectors cannot be allocated; anything matvec
 ///         throws passes through. x is then untouched: it is written only on return.
-QVMATH_API int bicgstab(int n, void (*matvec)(void* ctx, const double* in, double* out),
-                        void* ctx, const double* b, double* x, double tol);
+QVMATH_API int bicgstab(int n, void (*matvec)(void* ctx, const double* in, double* out), void* ctx,
+                        const double* b, double* x, double tol);
 
 }  // namespace REmath

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include <qvmath/core/colour.h>
+#include <qvmath/core/rounding.h>
 
 #include <algorithm>
 #include <cmath>
-
-#include <qvmath/core/rounding.h>
 
 namespace {
 
@@ -21,8 +20,7 @@ std::uint32_t RampByte(float value) {
 }  // namespace
 
 void colorI2RGB(QV_rgb_color& color, std::uint32_t c) {
-  color = QV_rgb_color((c & 255u) / 255.0, ((c >> 8) & 255u) / 255.0,
-                       ((c >> 16) & 255u) / 255.0);
+  color = QV_rgb_color((c & 255u) / 255.0, ((c >> 8) & 255u) / 255.0, ((c >> 16) & 255u) / 255.0);
 }
 
 void colorF2RGB(QV_rgb_color& color, const float* f) { color = QV_rgb_color(f[0], f[1], f[2]); }

@@ -3,9 +3,9 @@
 // a blue-green-red false-colour ramp and RGB/HSV conversions.
 #pragma once
 
-#include <cstdint>
-
 #include <qvmath/platform/export.h>
+
+#include <cstdint>
 
 /// An RGB colour, each channel a double nominally in 0..1 (never checked or clamped).
 /// Packed form (`std::uint32_t`, 32 bits on every platform): red in bits 0-7, green 8-15,

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/core/eigen_sa.h>
 #include <qvmath/core/detail/tolerance.h>
+#include <qvmath/core/detail/tridiag_ql.h>
+#include <qvmath/core/eigen_sa.h>
 
 #include <cmath>
 #include <stdexcept>
-
-#include <qvmath/core/detail/tridiag_ql.h>
 
 namespace REmath {
 

@@ -29,7 +29,7 @@ QVMATH_API bool IsSelfAdjoint(const CRotationMatrix& m);
 /// @param[out] values three eigenvalues.
 /// @throws std::runtime_error("GetEigenVectorsSA failed") when the QL iteration does not
 ///         converge (for instance on NaN entries); vectors and values are then unspecified.
-QVMATH_API void GetEigenVectorsSA(const CRotationMatrix& m, Point3D_d* vectors,
-                                  double* values, bool normalize);
+QVMATH_API void GetEigenVectorsSA(const CRotationMatrix& m, Point3D_d* vectors, double* values,
+                                  bool normalize);
 
 }  // namespace REmath

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
+#include <qvmath/core/detail/lapack.h>
 #include <qvmath/core/gen_right_eigen.h>
 
 #include <climits>
 #include <cmath>
 #include <cstddef>
 #include <vector>
-
-#include <qvmath/core/detail/lapack.h>
 
 namespace REmath {
 
@@ -48,8 +47,8 @@ bool gen_right_eigen(int n, const double* const* A, const double* const* B, int&
   const int ldvl = 1;
   int ilo = 0, ihi = 0, info = 0;
   double abnrm = 0.0, bbnrm = 0.0;
-  dggevx_(&balanc, &jobvl, &jobvr, &sense, &n, a, &n, b, &n, alphar, alphai, beta, vl, &ldvl,
-          vr, &n, &ilo, &ihi, lscale, rscale, &abnrm, &bbnrm, rconde, rcondv, work, &lwork,
+  dggevx_(&balanc, &jobvl, &jobvr, &sense, &n, a, &n, b, &n, alphar, alphai, beta, vl, &ldvl, vr,
+          &n, &ilo, &ihi, lscale, rscale, &abnrm, &bbnrm, rconde, rcondv, work, &lwork,
           iwork.data(), bwork.data(), &info, 1, 1, 1, 1);
   if (info != 0) return false;
 
@@ -57,8 +56,8 @@ bool gen_right_eigen(int n, const double* const* A, const double* const* B, int&
     // Exactly zero imaginary part: LAPACK stores a complex pair with alphai ≠ 0 in both.
     if (alphai[j] != 0.0) continue;
     const double absBeta = std::abs(beta[j]);
-    if (absBeta < 1e-10) continue;                           // infinite eigenvalue
-    if (!(std::abs(alphar[j]) < 1e20 * absBeta)) continue;   // too large to be finite
+    if (absBeta < 1e-10) continue;                          // infinite eigenvalue
+    if (!(std::abs(alphar[j]) < 1e20 * absBeta)) continue;  // too large to be finite
     values[count] = alphar[j] / beta[j];
     const double* const col = vr + static_cast<std::size_t>(j) * N;
     for (std::size_t i = 0; i < N; ++i) vectors[count][i] = col[i];

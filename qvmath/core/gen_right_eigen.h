@@ -26,7 +26,7 @@ namespace REmath {
 ///         or dggevx reports a failure (the QZ iteration did not converge), and when n is
 ///         too large for a LAPACK workspace size (above about 26 700); count is then 0.
 /// @throws std::bad_alloc when the LAPACK workspace cannot be allocated.
-QVMATH_API bool gen_right_eigen(int n, const double* const* A, const double* const* B,
-                                int& count, double** vectors, double* values);
+QVMATH_API bool gen_right_eigen(int n, const double* const* A, const double* const* B, int& count,
+                                double** vectors, double* values);
 
 }  // namespace REmath

@@ -3,12 +3,11 @@
 // HPoint3D_d (four doubles), usable as flat coordinate arrays of stride 4.
 #pragma once
 
-#include <cmath>
-#include <type_traits>
-
+#include <qvmath/core/point3d.h>
 #include <qvmath/platform/export.h>
 
-#include <qvmath/core/point3d.h>
+#include <cmath>
+#include <type_traits>
 
 namespace REmath {
 

@@ -2,9 +2,9 @@
 // Explicit instantiations of REmath::Matrix<T> for the ten element types, and the free
 // operators: sums, scaling, comparison, the matrix and matrix-vector products (the product
 // kernel is in detail/matrix_product.h).
-#include <qvmath/core/matrix.h>
 #include <qvmath/core/detail/fault.h>
 #include <qvmath/core/detail/matrix_product.h>
+#include <qvmath/core/matrix.h>
 #include <qvmath/core/matrix_impl.h>
 
 #include <algorithm>

@@ -4,8 +4,8 @@
 #pragma once
 
 #include <qvmath/core/detail/element_ops.h>
-#include <qvmath/core/matrix.h>
 #include <qvmath/core/detail/fault.h>
+#include <qvmath/core/matrix.h>
 
 #include <algorithm>
 #include <cstddef>

@@ -3,11 +3,11 @@
 // (three doubles), usable as flat coordinate arrays of stride 3.
 #pragma once
 
+#include <qvmath/platform/export.h>
+
 #include <cmath>
 #include <cstddef>
 #include <type_traits>
-
-#include <qvmath/platform/export.h>
 
 namespace REmath {
 
@@ -48,8 +48,14 @@ struct Point3Base {
   void fromArray(const float* a) { m_x = Real(a[0]), m_y = Real(a[1]), m_z = Real(a[2]); }
   void fromArray(const double* a) { m_x = Real(a[0]), m_y = Real(a[1]), m_z = Real(a[2]); }
 
-  D& operator+=(const D& o) { m_x += o.m_x, m_y += o.m_y, m_z += o.m_z; return self(); }
-  D& operator-=(const D& o) { m_x -= o.m_x, m_y -= o.m_y, m_z -= o.m_z; return self(); }
+  D& operator+=(const D& o) {
+    m_x += o.m_x, m_y += o.m_y, m_z += o.m_z;
+    return self();
+  }
+  D& operator-=(const D& o) {
+    m_x -= o.m_x, m_y -= o.m_y, m_z -= o.m_z;
+    return self();
+  }
   // The float forms compute in Real; the double forms compute in double and store back.
   D& operator*=(float f) { return scaleBy(Real(f)); }
   D& operator*=(double f) { return scaleBy(f); }

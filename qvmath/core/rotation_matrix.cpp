@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
 // CRotationMatrix members and the LAPACK-based 3×3 inverse.
-#include <qvmath/core/rotation_matrix.h>
-#include <qvmath/core/detail/tolerance.h>
-
 #include <qvmath/core/detail/lapack.h>
+#include <qvmath/core/detail/tolerance.h>
+#include <qvmath/core/rotation_matrix.h>
 
 #include <cmath>
 

@@ -114,7 +114,8 @@ void roundBoundary(double& x, double& bound, double& step, int& kind, int& e) {
   double b = row->bound, st = row->step;
   scaleDouble(b, exponent);
   scaleDouble(st, exponent);
-  if (!std::isfinite(b)) throw std::domain_error("roundBoundary: the boundary exceeds the double range");
+  if (!std::isfinite(b))
+    throw std::domain_error("roundBoundary: the boundary exceeds the double range");
   e = exponent;
   kind = row->kind;
   bound = b;

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/core/solve_mat.h>
 #include <qvmath/core/detail/fault.h>
+#include <qvmath/core/detail/lapack.h>
+#include <qvmath/core/solve_mat.h>
 
 #include <cmath>
 #include <cstddef>
 #include <functional>
 #include <vector>
-
-#include <qvmath/core/detail/lapack.h>
 
 namespace REmath {
 

@@ -3,10 +3,10 @@
 // and parallel values), with lookup, walking and a compact binary file format.
 #pragma once
 
+#include <qvmath/platform/export.h>
+
 #include <cstdio>
 #include <vector>
-
-#include <qvmath/platform/export.h>
 
 namespace REmath {
 

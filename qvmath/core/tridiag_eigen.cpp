@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/core/tridiag_eigen.h>
-
 #include <qvmath/core/detail/tridiag_ql.h>
+#include <qvmath/core/tridiag_eigen.h>
 
 namespace REmath {
 

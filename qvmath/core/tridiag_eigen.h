@@ -31,7 +31,8 @@ QVMATH_API void tred2_d(double** a, int n, double* d, double* e);
 /// in the working precision (float for `tqli`, double for `tqli_d`); a diagonal input
 /// (e all zero) therefore returns at once with d and z unchanged.
 /// @return 1 on success; 0 when one eigenvalue needs more than 100 iterations (a NaN on
-///         the diagonal normally ends this way); d, e and z are then partly updated. n < 1 returns 1.
+///         the diagonal normally ends this way); d, e and z are then partly updated. n < 1
+///         returns 1.
 QVMATH_API int tqli(float* d, float* e, int n, float** z);
 /// The double-precision form of `tqli`.
 QVMATH_API int tqli_d(double* d, double* e, int n, double** z);

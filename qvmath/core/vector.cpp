@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Explicit instantiations of REmath::Vector<T> for the ten element types, and the free
 // operators and conversions.
-#include <qvmath/core/vector.h>
 #include <qvmath/core/detail/fault.h>
+#include <qvmath/core/vector.h>
 #include <qvmath/core/vector_impl.h>
 
 namespace REmath {
@@ -44,13 +44,13 @@ void CopyConverted(const Vector<Src>& src, Vector<Dst>& dst) {
 
 #define QVMATH_VECTOR_FREE_DEFS(T)                                                \
   Vector<T> operator+(const Vector<T>& a, const Vector<T>& b) {                   \
-    if (a.size() != b.size()) detail::ThrowFault("NURBSsize");                 \
+    if (a.size() != b.size()) detail::ThrowFault("NURBSsize");                    \
     Vector<T> r(a);                                                               \
     r += b;                                                                       \
     return r;                                                                     \
   }                                                                               \
   Vector<T> operator-(const Vector<T>& a, const Vector<T>& b) {                   \
-    if (a.size() != b.size()) detail::ThrowFault("NURBSsize");                 \
+    if (a.size() != b.size()) detail::ThrowFault("NURBSsize");                    \
     Vector<T> r(a);                                                               \
     r -= b;                                                                       \
     return r;                                                                     \

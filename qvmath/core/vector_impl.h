@@ -4,8 +4,8 @@
 #pragma once
 
 #include <qvmath/core/detail/element_ops.h>
-#include <qvmath/core/vector.h>
 #include <qvmath/core/detail/fault.h>
+#include <qvmath/core/vector.h>
 
 #include <cstring>
 #include <new>

@@ -102,7 +102,13 @@ void FootOn(const CArc2D& a, float x, float y, float& fx, float& fy) {
 }  // namespace
 
 CArc2D::CArc2D()
-    : m_cx(0.0f), m_cy(0.0f), m_x0(0.0f), m_y0(0.0f), m_x1(0.0f), m_y1(0.0f), m_r(0.0f),
+    : m_cx(0.0f),
+      m_cy(0.0f),
+      m_x0(0.0f),
+      m_y0(0.0f),
+      m_x1(0.0f),
+      m_y1(0.0f),
+      m_r(0.0f),
       m_bStraight(1) {}
 
 void CArc2D::MakeBy3Points(float* xs, float* ys) {

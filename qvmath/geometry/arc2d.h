@@ -24,14 +24,14 @@
 /// threads at once is safe. Everything else is re-entrant.
 class QVMATH_API CArc2D {
  public:
-  float m_cx;        ///< centre x (true arcs only)
-  float m_cy;        ///< centre y (true arcs only)
-  float m_x0;        ///< first point x
-  float m_y0;        ///< first point y
-  float m_x1;        ///< last point x
-  float m_y1;        ///< last point y
-  float m_r;         ///< radius (true arcs only)
-  int m_bStraight;   ///< 1: straight segment from the first to the last point; 0: arc
+  float m_cx;       ///< centre x (true arcs only)
+  float m_cy;       ///< centre y (true arcs only)
+  float m_x0;       ///< first point x
+  float m_y0;       ///< first point y
+  float m_x1;       ///< last point x
+  float m_y1;       ///< last point y
+  float m_r;        ///< radius (true arcs only)
+  int m_bStraight;  ///< 1: straight segment from the first to the last point; 0: arc
 
   /// Enables fitting of true arcs in `MakeBy3Points`. False by default, deliberately: until
   /// the host sets it, every fitted record is the straight segment between the outer points.

@@ -3,9 +3,9 @@
 // run's ends and middle, or along the chord between its ends.
 #pragma once
 
-#include <vector>
-
 #include <qvmath/platform/export.h>
+
+#include <vector>
 
 /// Moves the interior points of the run first..last of a planar polyline to equal spacing
 /// along the circular arc that passes through the run's first point, its middle point

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Rotation about a line (Rodrigues) and the historical vector rotation.
-#include <qvmath/geometry/axis_rotation.h>
-
 #include <qvmath/core/detail/vec3.h>
+#include <qvmath/geometry/axis_rotation.h>
 
 #include <cmath>
 

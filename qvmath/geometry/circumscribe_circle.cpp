@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/geometry/circumscribe_circle.h>
 #include <qvmath/core/detail/vec3.h>
+#include <qvmath/geometry/circumscribe_circle.h>
 
 #include <cmath>
 
@@ -52,8 +52,7 @@ bool Circumscribe(const Pt* tri, Pt& centre, Real& radius) {
 }
 
 template <class Real, class Pt>
-bool CircumscribeArrays(const Real* a, const Real* b, const Real* c, Real* centre,
-                        Real& radius) {
+bool CircumscribeArrays(const Real* a, const Real* b, const Real* c, Real* centre, Real& radius) {
   const Pt tri[3] = {Pt(a), Pt(b), Pt(c)};
   Pt m;
   if (!Circumscribe<Real>(tri, m, radius)) return false;
@@ -63,8 +62,7 @@ bool CircumscribeArrays(const Real* a, const Real* b, const Real* c, Real* centr
 
 }  // namespace
 
-bool CircumscribeCircle(const REmath::Point3D* const tri, REmath::Point3D& centre,
-                        float& radius) {
+bool CircumscribeCircle(const REmath::Point3D* const tri, REmath::Point3D& centre, float& radius) {
   return Circumscribe<float>(tri, centre, radius);
 }
 

@@ -22,8 +22,8 @@
 ///         |0.001·w| ≥ |S|: a barycentric coordinate of magnitude 1000 or more).
 QVMATH_API bool CircumscribeCircle(const REmath::Point3D* const tri, REmath::Point3D& centre,
                                    float& radius);
-QVMATH_API bool CircumscribeCircle(const REmath::Point3D_d* const tri,
-                                   REmath::Point3D_d& centre, double& radius);
+QVMATH_API bool CircumscribeCircle(const REmath::Point3D_d* const tri, REmath::Point3D_d& centre,
+                                   double& radius);
 
 /// The same circle for the points a, b and c given as three coordinates each (forwards to
 /// the point overload of the same precision).

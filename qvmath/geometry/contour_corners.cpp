@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Corner marks of 3-D contours (the chord-cosine measure, local maxima and thinning) and the
 // split at the marks, one template over both point types.
-#include <qvmath/geometry/contour_corners.h>
 #include <qvmath/core/detail/vec3.h>
+#include <qvmath/geometry/contour_corners.h>
 #include <qvmath/geometry/local_frame.h>
 
 #include <cstddef>

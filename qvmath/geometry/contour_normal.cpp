@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Contour normal from the vector area about the centroid.
-#include <qvmath/geometry/contour_normal.h>
-
 #include <qvmath/core/detail/vec3.h>
+#include <qvmath/geometry/contour_normal.h>
 #include <qvmath/geometry/local_frame.h>
 
 #include <cstddef>

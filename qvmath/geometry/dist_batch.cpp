@@ -7,12 +7,11 @@
 // no shuffles sit on the path. Each lane performs the float operations of
 // detail::PointTriangle2Scalar / detail::PointSegment2 in their order, the branches
 // replaced by masks, which is why the results equal the single queries bit for bit.
-#include <qvmath/geometry/dist_batch.h>
-
+#include <qvmath/core/detail/vec3.h>
 #include <qvmath/geometry/detail/point_segment.h>
 #include <qvmath/geometry/detail/point_triangle.h>
 #include <qvmath/geometry/detail/point_triangle_lanes.h>
-#include <qvmath/core/detail/vec3.h>
+#include <qvmath/geometry/dist_batch.h>
 #include <qvmath/geometry/dist_point_triangle.h>
 
 #include <cmath>
@@ -82,8 +81,8 @@ int TriangleBatch(const float* pts, int n, const float* const* tri, float* d2, i
 }
 
 template <bool kRegion, bool kFoot>
-int SegmentBatch(const float* pts, int n, const float* a, const float* b, float* d2,
-                 int* regions, float* feet) {
+int SegmentBatch(const float* pts, int n, const float* a, const float* b, float* d2, int* regions,
+                 float* feet) {
   float d[3];
   Sub3(b, a, d);
   const V3 A = Splat(a), B = Splat(b), D = Splat(d);
@@ -113,8 +112,8 @@ int TriangleLanes(const float* pts, int n, const float* const* tri, float* d2, i
   if (feet) return TriangleBatch<false, true>(pts, n, tri, d2, regions, feet);
   return TriangleBatch<false, false>(pts, n, tri, d2, regions, feet);
 }
-int SegmentLanes(const float* pts, int n, const float* a, const float* b, float* d2,
-                 int* regions, float* feet) {
+int SegmentLanes(const float* pts, int n, const float* a, const float* b, float* d2, int* regions,
+                 float* feet) {
   if (regions && feet) return SegmentBatch<true, true>(pts, n, a, b, d2, regions, feet);
   if (regions) return SegmentBatch<true, false>(pts, n, a, b, d2, regions, feet);
   if (feet) return SegmentBatch<false, true>(pts, n, a, b, d2, regions, feet);
@@ -124,9 +123,7 @@ int SegmentLanes(const float* pts, int n, const float* a, const float* b, float*
 #else  // no SSE2: every point by the scalar body
 
 int TriangleLanes(const float*, int, const float* const*, float*, int*, float*) { return 0; }
-int SegmentLanes(const float*, int, const float*, const float*, float*, int*, float*) {
-  return 0;
-}
+int SegmentLanes(const float*, int, const float*, const float*, float*, int*, float*) { return 0; }
 
 #endif
 

@@ -20,9 +20,8 @@
 /// @param[out] regions n region codes, written when not null.
 /// @param[out] feet 3n floats, the nearest point of each, written when not null.
 /// Outputs may not overlap pts.
-QVMATH_API void distancePointsTriangle2(const float* pts, int n, const float* const* tri,
-                                        float* d2, int* regions = nullptr,
-                                        float* feet = nullptr);
+QVMATH_API void distancePointsTriangle2(const float* pts, int n, const float* const* tri, float* d2,
+                                        int* regions = nullptr, float* feet = nullptr);
 
 /// Squared distances from the n points pts[3i..3i+3) to the segment from a to b, with the
 /// region codes and the foot points, each bit for bit what

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Point-to-line distance and the line-to-point perpendicular, float and double.
-#include <qvmath/geometry/dist_point_line.h>
-
 #include <qvmath/core/detail/vec3.h>
+#include <qvmath/geometry/dist_point_line.h>
 
 namespace {
 

@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: MIT
 // The point-to-segment family: thin overloads over one inlined body.
+#include <qvmath/geometry/detail/point_segment.h>
 #include <qvmath/geometry/dist_point_segment.h>
 
-#include <qvmath/geometry/detail/point_segment.h>
-
 #if defined(__SSE2__)
-#include <qvmath/geometry/detail/point_triangle_lanes.h>
-
 #include <emmintrin.h>
+#include <qvmath/geometry/detail/point_triangle_lanes.h>
 #endif
 
 namespace {

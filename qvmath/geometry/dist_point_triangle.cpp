@@ -8,17 +8,15 @@
 // mispredict about one branch per call. Every lane performs exactly the float operations of
 // the scalar body (detail/point_triangle.h) in the same order, so both give identical bits;
 // the tests check this.
-#include <qvmath/geometry/dist_point_triangle.h>
-
 #include <qvmath/geometry/detail/point_triangle.h>
+#include <qvmath/geometry/dist_point_triangle.h>
 
 #include <cmath>
 #include <limits>
 
 #if defined(__SSE2__)
-#include <qvmath/geometry/detail/point_triangle_lanes.h>
-
 #include <emmintrin.h>
+#include <qvmath/geometry/detail/point_triangle_lanes.h>
 #endif
 
 namespace {

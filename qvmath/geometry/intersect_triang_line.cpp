@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Line-triangle intersection: the exact float test and the tolerant double-precision variant.
-#include <qvmath/geometry/intersect_triang_line.h>
-
 #include <qvmath/core/detail/vec3.h>
+#include <qvmath/geometry/intersect_triang_line.h>
 
 #include <algorithm>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // RElinearTransform members and the general affine inverse.
 
-#include <qvmath/geometry/linear_transform.h>
 #include <qvmath/core/detail/tolerance.h>
+#include <qvmath/geometry/linear_transform.h>
 
 #include <algorithm>
 #include <cmath>

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Normalisation, default perpendiculars and local frames, float and double.
-#include <qvmath/geometry/local_frame.h>
-
 #include <qvmath/core/detail/vec3.h>
+#include <qvmath/geometry/local_frame.h>
 
 #include <algorithm>
 #include <cmath>

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/geometry/point_net.h>
 #include <qvmath/core/detail/vec3.h>
+#include <qvmath/geometry/dist_point_segment.h>
+#include <qvmath/geometry/local_frame.h>
+#include <qvmath/geometry/point_net.h>
 
 #include <algorithm>
 #include <cmath>
-
-#include <qvmath/geometry/dist_point_segment.h>
-#include <qvmath/geometry/local_frame.h>
 
 using REmath::Matrix;
 using REmath::Point3D;
@@ -236,8 +235,8 @@ void ProjectPointToNet(const float* p, const Matrix<Point3D>& net, double& u, do
   for (int cj = 0; cj < cellCols; ++cj) {
     for (int ci = 0; ci < cellRows; ++ci) {
       if (ci >= ci0 && ci <= ci1 && cj >= cj0 && cj <= cj1) continue;
-      const double lb = BoxDist2(knot(ci, cj), knot(ci + 1, cj), knot(ci, cj + 1),
-                                 knot(ci + 1, cj + 1), p);
+      const double lb =
+          BoxDist2(knot(ci, cj), knot(ci + 1, cj), knot(ci, cj + 1), knot(ci + 1, cj + 1), p);
       if (lb < best.d2) search(ci, cj);
     }
   }
@@ -246,8 +245,7 @@ void ProjectPointToNet(const float* p, const Matrix<Point3D>& net, double& u, do
   v = C > 1 ? bestJ + best.t : 0.0;
 }
 
-double GetSizeOfInitSquare(const float* p00, const float* p10, const float* p01,
-                           const float* p11) {
+double GetSizeOfInitSquare(const float* p00, const float* p10, const float* p01, const float* p11) {
   const float* q[4] = {p00, p10, p01, p11};
   double d2 = 0.0;
   for (int m = 0; m < 4; ++m) {

@@ -18,7 +18,6 @@ bool IPointToCurveProjector::OnProjectPoint(const REmath::Point3D_d& p, REmath::
   return OnProjectPoint(p, q, param);
 }
 
-bool IPointToCurveProjector::OnProjectPoint(const REmath::Point3D_d&, REmath::Point3D_d&,
-                                            double&) {
+bool IPointToCurveProjector::OnProjectPoint(const REmath::Point3D_d&, REmath::Point3D_d&, double&) {
   return false;
 }

@@ -14,7 +14,7 @@ bool IPointToFaceProjector::OnProjectPoint(const REmath::Point3D_d& p, REmath::P
   return OnProjectPoint(p, q, a, b, flag);
 }
 
-bool IPointToFaceProjector::OnProjectPoint(const REmath::Point3D_d&, REmath::Point3D_d&,
-                                           double&, double&, bool&) {
+bool IPointToFaceProjector::OnProjectPoint(const REmath::Point3D_d&, REmath::Point3D_d&, double&,
+                                           double&, bool&) {
   return false;
 }

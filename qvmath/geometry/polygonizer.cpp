@@ -88,7 +88,7 @@ class Pool {
 };
 
 template <class T>
-std::unique_ptr<T*[]> ZeroTable(int n) {
+std::unique_ptr<T* []> ZeroTable(int n) {
   std::unique_ptr<T*[]> t(new (std::nothrow) T*[n]());
   if (!t) throw NoMemory();
   return t;
@@ -247,8 +247,8 @@ int pzProcess::runGuarded(int (pzProcess::*body)()) {
   }
 }
 
-int pzProcess::polygonize(const SurfaceFunctor& f, double size, const int* bounds,
-                          Point3D_d start, const TriangleFunctor& triangle) {
+int pzProcess::polygonize(const SurfaceFunctor& f, double size, const int* bounds, Point3D_d start,
+                          const TriangleFunctor& triangle) {
   freeprocess();
   if (!(size > 0) || !std::isfinite(size) || !bounds || !Finite(start)) return kBadArgument;
   for (int a = 0; a < 3; ++a) {
@@ -522,8 +522,7 @@ void pzProcess::testface(int i, int j, int k, pzCube* old, int face, int c1, int
 }
 
 int pzProcess::dotet(pzCube* cube, int c1, int c2, int c3, int c4) {
-  pzCornerlist* t[4] = {cube->corners[c1], cube->corners[c2], cube->corners[c3],
-                        cube->corners[c4]};
+  pzCornerlist* t[4] = {cube->corners[c1], cube->corners[c2], cube->corners[c3], cube->corners[c4]};
   const int s = (t[0]->value > 0) << 3 | (t[1]->value > 0) << 2 | (t[2]->value > 0) << 1 |
                 int(t[3]->value > 0);
   int made = 0;

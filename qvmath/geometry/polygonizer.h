@@ -3,11 +3,11 @@
 // triangle mesh, by continuation from a seed on the surface or by a sweep over a box.
 #pragma once
 
-#include <memory>
-
 #include <qvmath/core/functor.h>
 #include <qvmath/core/point3d.h>
 #include <qvmath/platform/export.h>
+
+#include <memory>
 
 // Conventions of the family.
 // - Lattice: cubes of edge `size`; the corner (i, j, k) lies at
@@ -176,8 +176,8 @@ class QVMATH_API pzProcess {
   /// @return the number of triangles; `kNoSeed` (no triangle delivered) when either search
   ///         fails, `kBadArgument` for a size ≤ 0 or not finite, a null or negative bound or
   ///         a start that is not finite, `kStopped`, `kNoMemory`.
-  int polygonize(const SurfaceFunctor& f, double size, const int* bounds,
-                 REmath::Point3D_d start, const TriangleFunctor& triangle);
+  int polygonize(const SurfaceFunctor& f, double size, const int* bounds, REmath::Point3D_d start,
+                 const TriangleFunctor& triangle);
 
   /// Triangulates every component of f = 0 inside the box spanned by the points a and b
   /// (any two opposite corners), over the lattice of cubes of edge size whose corner
@@ -191,8 +191,8 @@ class QVMATH_API pzProcess {
   /// @return the number of triangles; `kBadArgument` for a size ≤ 0 or not finite, a box
   ///         that is not finite or more than 2²⁹ cubes along an axis; `kStopped`,
   ///         `kNoMemory`.
-  int marchingcubes(const SurfaceFunctor& f, double size, REmath::Point3D_d a,
-                    REmath::Point3D_d b, const TriangleFunctor& triangle);
+  int marchingcubes(const SurfaceFunctor& f, double size, REmath::Point3D_d a, REmath::Point3D_d b,
+                    const TriangleFunctor& triangle);
 
   /// The vertex store of the last successful run (the one the triangle indices refer to);
   /// empty after a failure, after `freeprocess()` and before the first run.

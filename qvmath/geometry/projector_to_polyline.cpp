@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/geometry/projector_to_polyline.h>
 #include <qvmath/core/detail/tolerance.h>
+#include <qvmath/geometry/detail/point_segment.h>
+#include <qvmath/geometry/dist_point_segment.h>
+#include <qvmath/geometry/projector_to_polyline.h>
 
 #include <cfloat>
 #include <cmath>
 #include <utility>
-
-#include <qvmath/geometry/detail/point_segment.h>
-#include <qvmath/geometry/dist_point_segment.h>
 
 using REmath::Point3D_d;
 

@@ -3,12 +3,12 @@
 // polyline parameter of the nearest point.
 #pragma once
 
-#include <cstddef>
-#include <vector>
-
 #include <qvmath/core/point3d.h>
 #include <qvmath/geometry/point_to_curve_projector.h>
 #include <qvmath/platform/export.h>
+
+#include <cstddef>
+#include <vector>
 
 /// Projects points onto the open polyline through its vertices V[0], ..., V[n − 1].
 ///
@@ -40,8 +40,8 @@ class QVMATH_API CProjectorToPolyline : public IPointToCurveProjector {
   /// parameter; a segment replaces the best one only when strictly nearer, so of equally
   /// near segments the first wins. Segments whose bounding ball lies farther than the best
   /// distance so far (with a margin well above the rounding of the segment query) are
-  /// skipped: they could not be strictly nearer, so the result is the full scan's. q is the foot on the chosen segment and param its
-  /// polyline parameter. One vertex: q is that vertex and param 0.
+  /// skipped: they could not be strictly nearer, so the result is the full scan's. q is the foot on
+  /// the chosen segment and param its polyline parameter. One vertex: q is that vertex and param 0.
   /// @return false, with q and param untouched, for an empty polyline or when no segment
   ///         gives a finite distance below the largest double (non-finite coordinates).
   bool OnProjectPoint(const REmath::Point3D_d& p, REmath::Point3D_d& q, double& param) override;

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/geometry/projector_triangle.h>
 #include <qvmath/core/detail/vec3.h>
+#include <qvmath/geometry/local_frame.h>
+#include <qvmath/geometry/projector_triangle.h>
 
 #include <algorithm>
 #include <cmath>
-
-#include <qvmath/geometry/local_frame.h>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -122,7 +121,7 @@ float CProjectorTriangle::DistToTriangle2Precalced(const float* p) const {
 #if !defined(__SSE2__)
   return DistToTriangle2PrecalcedScalar(p);
 #else
-  const double (&m)[3][3] = m_frame.m.m;
+  const double(&m)[3][3] = m_frame.m.m;
   const double px = p[0], py = p[1], pz = p[2];
   const float zf = float(m[2][0] * px + m[2][1] * py + m[2][2] * pz + m_frame.t[2]);
   const double z2 = double(zf) * zf;
@@ -138,8 +137,8 @@ float CProjectorTriangle::DistToTriangle2Precalced(const float* p) const {
   const __m128d wx = _mm_sub_pd(x, _mm_loadu_pd(m_edgeOrg[0]));
   const __m128d wy = _mm_sub_pd(y, _mm_loadu_pd(m_edgeOrg[1]));
   const __m128d dx = _mm_loadu_pd(m_edgeDir[0]), dy = _mm_loadu_pd(m_edgeDir[1]);
-  __m128d t = _mm_mul_pd(_mm_add_pd(_mm_mul_pd(wx, dx), _mm_mul_pd(wy, dy)),
-                         _mm_loadu_pd(m_edgeInv));
+  __m128d t =
+      _mm_mul_pd(_mm_add_pd(_mm_mul_pd(wx, dx), _mm_mul_pd(wy, dy)), _mm_loadu_pd(m_edgeInv));
   t = _mm_min_pd(_mm_max_pd(t, zero), one);
   const __m128d rx = _mm_sub_pd(wx, _mm_mul_pd(t, dx)), ry = _mm_sub_pd(wy, _mm_mul_pd(t, dy));
   const __m128d dPair = _mm_add_pd(_mm_mul_pd(rx, rx), _mm_mul_pd(ry, ry));
@@ -162,7 +161,7 @@ float CProjectorTriangle::DistToTriangle2Precalced(const float* p) const {
 }
 
 float CProjectorTriangle::DistToTriangle2PrecalcedScalar(const float* p) const {
-  const double (&m)[3][3] = m_frame.m.m;
+  const double(&m)[3][3] = m_frame.m.m;
   const double px = p[0], py = p[1], pz = p[2];
   const float zf = float(m[2][0] * px + m[2][1] * py + m[2][2] * pz + m_frame.t[2]);
   const double z2 = double(zf) * zf;

@@ -3,12 +3,12 @@
 // their answers.
 #pragma once
 
-#include <cstddef>
-#include <list>
-
 #include <qvmath/core/point3d.h>
 #include <qvmath/geometry/point_to_geom_obj_projector.h>
 #include <qvmath/platform/export.h>
+
+#include <cstddef>
+#include <list>
 
 /// Projects a point with each of its projectors and keeps the nearest answer.
 ///

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Closest points of two lines: the normal equations of min |P2 + t2·b − P1 − t1·a|².
-#include <qvmath/geometry/two_lines.h>
-
 #include <qvmath/core/detail/vec3.h>
+#include <qvmath/geometry/two_lines.h>
 
 #include <cmath>
 

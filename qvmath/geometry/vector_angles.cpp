@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
 // Parallelism and coplanarity tests, corner cosines and half-plane products.
-#include <qvmath/geometry/vector_angles.h>
-
 #include <qvmath/core/detail/vec3.h>
+#include <qvmath/geometry/vector_angles.h>
 
 #include <cmath>
 

@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include <qvmath/infra/binary_stream.h>
-
-#include <sys/types.h>
-
 #include <qvmath/platform/korva_exception.h>
+#include <sys/types.h>
 
 namespace {
 

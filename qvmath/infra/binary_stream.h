@@ -3,10 +3,10 @@
 // implementation over a runtime-library file handle, and an owning file-handle holder.
 #pragma once
 
+#include <qvmath/platform/export.h>
+
 #include <cstdint>
 #include <cstdio>
-
-#include <qvmath/platform/export.h>
 
 /// A sequential binary stream with relative skips and a 64-bit position, through which
 /// documents are saved and loaded. Implementations report every failure by throwing

@@ -3,12 +3,12 @@
 // and load it back, and the stub filter that stands in for an absent component.
 #pragma once
 
-#include <cstdint>
-#include <string>
-
 #include <qvmath/infra/binary_stream.h>
 #include <qvmath/infra/delta_state_logger.h>
 #include <qvmath/platform/export.h>
+
+#include <cstdint>
+#include <string>
 
 namespace KvF {
 

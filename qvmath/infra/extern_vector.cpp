@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <qvmath/infra/extern_vector.h>
-
+#include <qvmath/platform/temp_file.h>
 #include <sys/types.h>
 
 #include <algorithm>
@@ -11,8 +11,6 @@
 #include <new>
 #include <stdexcept>
 #include <vector>
-
-#include <qvmath/platform/temp_file.h>
 
 namespace KorvaExtVec {
 
@@ -66,9 +64,7 @@ class FileVectorVoid final : public ExternVectorVoidInterface {
   void RefreshPosition();
   void ExtendByZeroByte(std::uint64_t bytes);
   SCacheEntry& Live(void* handle);
-  off_t Bytes(std::uint64_t elements) const {
-    return static_cast<off_t>(elements * m_elementSize);
-  }
+  off_t Bytes(std::uint64_t elements) const { return static_cast<off_t>(elements * m_elementSize); }
 
   const unsigned int m_elementSize;
   unsigned int m_size = 0;
@@ -231,8 +227,8 @@ void* FileVectorVoid::addRef(void* handle) {
 
 void FileVectorVoid::release(bool modified, void* handle) {
   const std::uintptr_t ticket = reinterpret_cast<std::uintptr_t>(handle);
-  if (handle && std::find(m_droppedTickets.begin(), m_droppedTickets.end(), ticket) !=
-                    m_droppedTickets.end())
+  if (handle &&
+      std::find(m_droppedTickets.begin(), m_droppedTickets.end(), ticket) != m_droppedTickets.end())
     return;  // dropped by a shrinking resize
   SCacheEntry& entry = Live(handle);
   if (modified) entry.dirty = true;

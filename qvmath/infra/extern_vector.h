@@ -30,8 +30,8 @@ namespace KorvaExtVec {
 /// throws `std::bad_alloc` with the text "bad allocation": callers treat an external
 /// vector as memory. `reserve` and `resize` flush what they wrote, so they report a full
 /// disk themselves; the write-back of a `release` leaves the one-element stream buffer
-/// at the next operation that reaches the file, which then reports its failure. The state after such a failure
-/// is not repaired: discard the vector. Misuse is reported otherwise (below).
+/// at the next operation that reaches the file, which then reports its failure. The state after
+/// such a failure is not repaired: discard the vector. Misuse is reported otherwise (below).
 ///
 /// Ownership: the caller owns the vector (delete through the virtual destructor); buffers
 /// returned by `lock` belong to the vector and stay valid while the element is locked.

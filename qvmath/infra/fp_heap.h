@@ -3,9 +3,9 @@
 // position, so that queued elements can be re-keyed or removed in logarithmic time.
 #pragma once
 
-#include <vector>
-
 #include <qvmath/platform/export.h>
+
+#include <vector>
 
 /// Base of the elements of a `CfpHeap`: a key (initially 0.0) and the element's index in
 /// the heap array (-1 when it is in no heap). The heap maintains the position; callers

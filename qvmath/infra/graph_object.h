@@ -3,10 +3,10 @@
 // flags, an identifier and optional own, group and temporary colours.
 #pragma once
 
+#include <qvmath/platform/export.h>
+
 #include <cstdint>
 #include <optional>
-
-#include <qvmath/platform/export.h>
 
 namespace KvF {
 

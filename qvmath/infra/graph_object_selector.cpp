@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/infra/graph_object_selector.h>
-
 #include <qvmath/infra/graph_object.h>
+#include <qvmath/infra/graph_object_selector.h>
 
 namespace KvF {
 

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
+#include <qvmath/infra/file_errors.h>
 #include <qvmath/infra/inner_header_wrapper.h>
+#include <qvmath/platform/korva_exception.h>
 
 #include <algorithm>
 #include <cstring>
 #include <stdexcept>
-
-#include <qvmath/infra/file_errors.h>
-#include <qvmath/platform/korva_exception.h>
 
 namespace KvF {
 
@@ -22,8 +21,8 @@ constexpr int kMarkOffset = 22, kMarkSize = 30;
 // and forward again (n + 110) with a 32-bit relative skip; with n at most 2^31 - 129 every
 // move fits, with room to spare for the whole block (n + 128) as well.
 constexpr std::int64_t kMaxPayload = INT32_MAX - kHeaderSize;
-constexpr std::int64_t kBackToLength = kHeaderSize - kLengthOffset;     // 118
-constexpr std::int64_t kForwardToEnd = kBackToLength - 8;               // 110
+constexpr std::int64_t kBackToLength = kHeaderSize - kLengthOffset;  // 118
+constexpr std::int64_t kForwardToEnd = kBackToLength - 8;            // 110
 
 // The header is assembled and parsed byte by byte: its fields are unaligned and
 // little-endian whatever the host.
@@ -48,7 +47,8 @@ std::string GetText(const unsigned char* at, int size) {
 CInnerHeaderWrapper::CInnerHeaderWrapper(IComponentFilter* sub, ISaveLoadLog* log,
                                          std::wstring name)
     : m_sub(sub), m_stream(nullptr), m_log(log), m_name(std::move(name)) {
-  if (!m_sub) throw std::logic_error("Error: attempt to CInnerHeaderWrapper wraps empty sub-filter.");
+  if (!m_sub)
+    throw std::logic_error("Error: attempt to CInnerHeaderWrapper wraps empty sub-filter.");
   m_stream = &m_sub->GetStream();
 }
 
@@ -80,8 +80,8 @@ std::int64_t CInnerHeaderWrapper::OnSave() {
   if (n < 0 || n > kMaxPayload) {
     throw CKorvaException("CInnerHeaderWrapper: the component '" + m_sub->GetBlockMark() +
                           "' wrote " + std::to_string(n) +
-                          " bytes; an inner header records at most " +
-                          std::to_string(kMaxPayload) + ". Its length stays unset (-1).");
+                          " bytes; an inner header records at most " + std::to_string(kMaxPayload) +
+                          ". Its length stays unset (-1).");
   }
   // The patch moves back by the count the filter returned: a count that disagrees with
   // what it wrote would put the length inside the header or the payload.

@@ -4,12 +4,12 @@
 // not know.
 #pragma once
 
-#include <cstdint>
-#include <string>
-
 #include <qvmath/infra/component_filter.h>
 #include <qvmath/infra/save_load_log.h>
 #include <qvmath/platform/export.h>
+
+#include <cstdint>
+#include <string>
 
 namespace KvF {
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/infra/progress_counter.h>
 #include <qvmath/core/rounding.h>
+#include <qvmath/infra/progress_counter.h>
 #include <qvmath/platform/auto_reset_event.h>
 #include <qvmath/platform/korva_exception.h>
 

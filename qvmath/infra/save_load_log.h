@@ -3,9 +3,9 @@
 // (for example one that was skipped because the reader does not know it).
 #pragma once
 
-#include <string>
-
 #include <qvmath/platform/export.h>
+
+#include <string>
 
 namespace KvF {
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/infra/skip_till_the_end.h>
-
 #include <qvmath/infra/file_errors.h>
+#include <qvmath/infra/skip_till_the_end.h>
 #include <qvmath/platform/korva_exception.h>
 
 namespace KvF {

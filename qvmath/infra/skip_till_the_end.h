@@ -3,12 +3,12 @@
 // document that the reader does not understand.
 #pragma once
 
-#include <cstdint>
-#include <string>
-
 #include <qvmath/infra/component_filter.h>
 #include <qvmath/infra/save_load_log.h>
 #include <qvmath/platform/export.h>
+
+#include <cstdint>
+#include <string>
 
 namespace KvF {
 

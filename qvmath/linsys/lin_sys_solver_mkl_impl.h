@@ -3,15 +3,15 @@
 // lin_sys_solver_mkl.cpp, which holds the explicit instantiations.
 #pragma once
 
+#include <qvmath/core/matrix.h>
+#include <qvmath/core/solve_mat.h>
+#include <qvmath/linsys/lin_sys_solver_mkl.h>
+
 #include <algorithm>
 #include <climits>
 #include <map>
 #include <utility>
 #include <vector>
-
-#include <qvmath/core/matrix.h>
-#include <qvmath/core/solve_mat.h>
-#include <qvmath/linsys/lin_sys_solver_mkl.h>
 
 namespace REmath {
 namespace detail {

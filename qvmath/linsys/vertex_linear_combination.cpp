@@ -2,7 +2,6 @@
 // Explicit instantiations of the vertex linear combination and its iterator, and the
 // float/double overloads of EvaluateLinCombination.
 #include <qvmath/linsys/vertex_linear_combination.h>
-
 #include <qvmath/linsys/vertex_linear_combination_impl.h>
 
 namespace REmath {

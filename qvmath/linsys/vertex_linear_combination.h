@@ -3,11 +3,11 @@
 // with its forward iterator, and EvaluateLinCombination against a position informer.
 #pragma once
 
-#include <map>
-
 #include <qvmath/linsys/vertex_monom.h>
 #include <qvmath/linsys/vertex_pos_informer.h>
 #include <qvmath/platform/export.h>
+
+#include <map>
 
 namespace REmath {
 

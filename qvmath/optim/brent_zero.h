@@ -6,9 +6,9 @@
 
 /// Outcomes of `BrentZeroFun` in its `status` argument.
 enum BrentZeroStatus {
-  kBrentConverged = 0,     ///< root found to the tolerance (or an end value is exactly 0)
-  kBrentNoBracket = 1,     ///< f(a), f(b) of the same sign, not finite, or bad arguments
-  kBrentIterLimit = 2,     ///< maxIter iterations done; root is the best estimate so far
+  kBrentConverged = 0,  ///< root found to the tolerance (or an end value is exactly 0)
+  kBrentNoBracket = 1,  ///< f(a), f(b) of the same sign, not finite, or bad arguments
+  kBrentIterLimit = 2,  ///< maxIter iterations done; root is the best estimate so far
 };
 
 /// A root of f(·, ctx) in [a, b] by Brent's method (bisection, secant and inverse quadratic

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/optim/min_max_optimizer.h>
-
 #include <qvmath/core/detail/vec3.h>
+#include <qvmath/optim/min_max_optimizer.h>
 
 #include <algorithm>
 #include <cmath>
@@ -33,8 +32,7 @@ double BoxClip(double xk, double dk, double lo, double hi) {
 
 class CMinMaxOptimizer::CState {
  public:
-  CState(const CMinMaxTask& task, const CMinMaxParams& params)
-      : m_task(&task), m_params(&params) {
+  CState(const CMinMaxTask& task, const CMinMaxParams& params) : m_task(&task), m_params(&params) {
     // The squared diagonal is used as it stands; a NaN product also falls back to 1e-5.
     m_h = params.GetGradCalcRelDelta() * BoxDiagonal2(task);
     if (!(m_h > 1e-5)) m_h = 1e-5;
@@ -159,9 +157,9 @@ class CMinMaxOptimizer::CState {
     return f0;
   }
 
-  const CMinMaxTask* m_task;      // the caller's, bound for the optimizer's lifetime
-  const CMinMaxParams* m_params;  // the caller's, read at every run
-  double m_h;                     // difference step, fixed at construction
+  const CMinMaxTask* m_task;          // the caller's, bound for the optimizer's lifetime
+  const CMinMaxParams* m_params;      // the caller's, read at every run
+  double m_h;                         // difference step, fixed at construction
   std::vector<double> m_values;       // fᵢ at the current point
   std::vector<double> m_trialValues;  // fᵢ at the trial point
   std::vector<char> m_taken;          // functions already tried for the direction

@@ -3,11 +3,10 @@
 // inside a box and optionally on an admissible set.
 #pragma once
 
-#include <qvmath/platform/export.h>
-
 #include <qvmath/core/point3d.h>
 #include <qvmath/optim/min_max_params.h>
 #include <qvmath/optim/min_max_task.h>
+#include <qvmath/platform/export.h>
 
 namespace REmath {
 

@@ -10,13 +10,10 @@ CMinMaxTask::IProjector::~IProjector() = default;
 
 CMinMaxTask::CMinMaxTask() : m_projector(nullptr) {}
 
-CMinMaxTask::CMinMaxTask(const std::vector<const TFunctor*>& functions,
-                         const Point3D_d& initApprox, const Point3D_d& limitMin,
-                         const Point3D_d& limitMax, IProjector* projector)
-    : m_initApprox(initApprox),
-      m_limitMin(limitMin),
-      m_limitMax(limitMax),
-      m_projector(projector) {
+CMinMaxTask::CMinMaxTask(const std::vector<const TFunctor*>& functions, const Point3D_d& initApprox,
+                         const Point3D_d& limitMin, const Point3D_d& limitMax,
+                         IProjector* projector)
+    : m_initApprox(initApprox), m_limitMin(limitMin), m_limitMax(limitMax), m_projector(projector) {
   m_functions.reserve(functions.size());
   for (const TFunctor* f : functions) AddFunctor(f);
 }

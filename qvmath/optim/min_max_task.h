@@ -3,12 +3,11 @@
 // starting point, the search box and an optional projector onto an admissible set.
 #pragma once
 
-#include <vector>
-
-#include <qvmath/platform/export.h>
-
 #include <qvmath/core/functor.h>
 #include <qvmath/core/point3d.h>
+#include <qvmath/platform/export.h>
+
+#include <vector>
 
 namespace REmath {
 

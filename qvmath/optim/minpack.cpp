@@ -2,12 +2,11 @@
 // MINPACK with functor callbacks. The numerical work is cminpack's; this file checks the
 // arguments, adapts each functor to cminpack's context-pointer callbacks and maps the
 // simple drivers onto the full ones exactly as MINPACK's own drivers do.
+#include <cminpack.h>
 #include <qvmath/optim/minpack.h>
 
 #include <cmath>
 #include <exception>
-
-#include <cminpack.h>
 
 namespace REmath {
 namespace {
@@ -55,13 +54,11 @@ void Finish(const CallContext<Fn>& ctx, int* info) {
 // cminpack's callbacks. x points into the solver's own (writable) working arrays, so the
 // const_cast only restores MINPACK's interface; m, n and ldfjac reach the functor as copies.
 int CallHybrd(void* p, int n, const double* x, double* fvec, int iflag) {
-  return Invoke<HybrdFunctor>(p, iflag, [&](const HybrdFunctor& f, int* fl) {
-    f(&n, const_cast<double*>(x), fvec, fl);
-  });
+  return Invoke<HybrdFunctor>(
+      p, iflag, [&](const HybrdFunctor& f, int* fl) { f(&n, const_cast<double*>(x), fvec, fl); });
 }
 
-int CallHybrj(void* p, int n, const double* x, double* fvec, double* fjac, int ldfjac,
-              int iflag) {
+int CallHybrj(void* p, int n, const double* x, double* fvec, double* fjac, int ldfjac, int iflag) {
   return Invoke<HybrjFunctor>(p, iflag, [&](const HybrjFunctor& f, int* fl) {
     f(&n, const_cast<double*>(x), fvec, fjac, &ldfjac, fl);
   });
@@ -123,14 +120,13 @@ int Reject(int* info, int* nfev = nullptr, int* njev = nullptr) {
 }  // namespace
 
 int hybrd_(const HybrdFunctor& fcn, int* n, double* x, double* fvec, double* xtol, int* maxfev,
-           int* ml, int* mu, double* epsfcn, double* diag, int* mode, double* factor,
-           int* nprint, int* info, int* nfev, double* fjac, int* ldfjac, double* r, int* lr,
-           double* qtf, double* wa1, double* wa2, double* wa3, double* wa4) {
+           int* ml, int* mu, double* epsfcn, double* diag, int* mode, double* factor, int* nprint,
+           int* info, int* nfev, double* fjac, int* ldfjac, double* r, int* lr, double* qtf,
+           double* wa1, double* wa2, double* wa3, double* wa4) {
   if (!AllSet(n, x, fvec, xtol, maxfev, ml, mu, epsfcn, diag, mode, factor, nprint, info, nfev,
               fjac, ldfjac, r, lr, qtf, wa1, wa2, wa3, wa4) ||
       *n <= 0 || !GoodTol(xtol) || *maxfev <= 0 || *ml < 0 || *mu < 0 || !(*factor > 0.0) ||
-      *ldfjac < *n || *lr < PackedUpper(*n) || std::isnan(*epsfcn) ||
-      !GoodDiag(*mode, *n, diag))
+      *ldfjac < *n || *lr < PackedUpper(*n) || std::isnan(*epsfcn) || !GoodDiag(*mode, *n, diag))
     return Reject(info, nfev);
   CallContext<HybrdFunctor> ctx(fcn);
   *info = ::hybrd(CallHybrd, &ctx, *n, x, fvec, *xtol, *maxfev, *ml, *mu, *epsfcn, diag, *mode,
@@ -143,14 +139,14 @@ int hybrj_(const HybrjFunctor& fcn, int* n, double* x, double* fvec, double* fja
            double* xtol, int* maxfev, double* diag, int* mode, double* factor, int* nprint,
            int* info, int* nfev, int* njev, double* r, int* lr, double* qtf, double* wa1,
            double* wa2, double* wa3, double* wa4) {
-  if (!AllSet(n, x, fvec, fjac, ldfjac, xtol, maxfev, diag, mode, factor, nprint, info, nfev,
-              njev, r, lr, qtf, wa1, wa2, wa3, wa4) ||
+  if (!AllSet(n, x, fvec, fjac, ldfjac, xtol, maxfev, diag, mode, factor, nprint, info, nfev, njev,
+              r, lr, qtf, wa1, wa2, wa3, wa4) ||
       *n <= 0 || *ldfjac < *n || !GoodTol(xtol) || *maxfev <= 0 || !(*factor > 0.0) ||
       *lr < PackedUpper(*n) || !GoodDiag(*mode, *n, diag))
     return Reject(info, nfev, njev);
   CallContext<HybrjFunctor> ctx(fcn);
-  *info = ::hybrj(CallHybrj, &ctx, *n, x, fvec, fjac, *ldfjac, *xtol, *maxfev, diag, *mode,
-                  *factor, *nprint, nfev, njev, r, *lr, qtf, wa1, wa2, wa3, wa4);
+  *info = ::hybrj(CallHybrj, &ctx, *n, x, fvec, fjac, *ldfjac, *xtol, *maxfev, diag, *mode, *factor,
+                  *nprint, nfev, njev, r, *lr, qtf, wa1, wa2, wa3, wa4);
   Finish(ctx, info);
   return 0;
 }
@@ -176,8 +172,8 @@ int hybrd1_(const HybrdFunctor& fcn, int* n, double* x, double* fvec, double* to
   return 0;
 }
 
-int hybrj1_(const HybrjFunctor& fcn, int* n, double* x, double* fvec, double* fjac,
-            int* ldfjac, double* tol, int* info, double* wa, int* lwa) {
+int hybrj1_(const HybrjFunctor& fcn, int* n, double* x, double* fvec, double* fjac, int* ldfjac,
+            double* tol, int* info, double* wa, int* lwa) {
   if (!AllSet(n, x, fvec, fjac, ldfjac, tol, info, wa, lwa) || *n <= 0 || *ldfjac < *n ||
       !GoodTol(tol) || *lwa < static_cast<long long>(*n) * (*n + 13LL) / 2)
     return Reject(info);
@@ -185,26 +181,24 @@ int hybrj1_(const HybrjFunctor& fcn, int* n, double* x, double* fvec, double* fj
   int lr = static_cast<int>(PackedUpper(nn));
   double factor = 100.0;
   for (int j = 0; j < nn; ++j) wa[j] = 1.0;
-  hybrj_(fcn, &nn, x, fvec, fjac, ldfjac, tol, &maxfev, wa, &mode, &factor, &nprint, info,
-         &nfev, &njev, wa + 6 * nn, &lr, wa + nn, wa + 2 * nn, wa + 3 * nn, wa + 4 * nn,
-         wa + 5 * nn);
+  hybrj_(fcn, &nn, x, fvec, fjac, ldfjac, tol, &maxfev, wa, &mode, &factor, &nprint, info, &nfev,
+         &njev, wa + 6 * nn, &lr, wa + nn, wa + 2 * nn, wa + 3 * nn, wa + 4 * nn, wa + 5 * nn);
   if (*info == 5) *info = 4;
   return 0;
 }
 
 int lmdif_(const LmdifFunctor& fcn, int* m, int* n, double* x, double* fvec, double* ftol,
            double* xtol, double* gtol, int* maxfev, double* epsfcn, double* diag, int* mode,
-           double* factor, int* nprint, int* info, int* nfev, double* fjac, int* ldfjac,
-           int* ipvt, double* qtf, double* wa1, double* wa2, double* wa3, double* wa4) {
-  if (!AllSet(m, n, x, fvec, ftol, xtol, gtol, maxfev, epsfcn, diag, mode, factor, nprint,
-              info, nfev, fjac, ldfjac, ipvt, qtf, wa1, wa2, wa3, wa4) ||
+           double* factor, int* nprint, int* info, int* nfev, double* fjac, int* ldfjac, int* ipvt,
+           double* qtf, double* wa1, double* wa2, double* wa3, double* wa4) {
+  if (!AllSet(m, n, x, fvec, ftol, xtol, gtol, maxfev, epsfcn, diag, mode, factor, nprint, info,
+              nfev, fjac, ldfjac, ipvt, qtf, wa1, wa2, wa3, wa4) ||
       !GoodLmArgs(m, n, ldfjac, *m, ftol, xtol, gtol, maxfev, diag, mode, factor) ||
       std::isnan(*epsfcn))
     return Reject(info, nfev);
   CallContext<LmdifFunctor> ctx(fcn);
-  *info = ::lmdif(CallLmdif, &ctx, *m, *n, x, fvec, *ftol, *xtol, *gtol, *maxfev, *epsfcn,
-                  diag, *mode, *factor, *nprint, nfev, fjac, *ldfjac, ipvt, qtf, wa1, wa2, wa3,
-                  wa4);
+  *info = ::lmdif(CallLmdif, &ctx, *m, *n, x, fvec, *ftol, *xtol, *gtol, *maxfev, *epsfcn, diag,
+                  *mode, *factor, *nprint, nfev, fjac, *ldfjac, ipvt, qtf, wa1, wa2, wa3, wa4);
   Finish(ctx, info);
   return 0;
 }
@@ -219,14 +213,14 @@ int RunWithJacobian(Solver solver, Callback callback, bool wholeJacobian, const 
                     double* xtol, double* gtol, int* maxfev, double* diag, int* mode,
                     double* factor, int* nprint, int* info, int* nfev, int* njev, int* ipvt,
                     double* qtf, double* wa1, double* wa2, double* wa3, double* wa4) {
-  if (!AllSet(m, n, x, fvec, fjac, ldfjac, ftol, xtol, gtol, maxfev, diag, mode, factor,
-              nprint, info, nfev, njev, ipvt, qtf, wa1, wa2, wa3, wa4) ||
+  if (!AllSet(m, n, x, fvec, fjac, ldfjac, ftol, xtol, gtol, maxfev, diag, mode, factor, nprint,
+              info, nfev, njev, ipvt, qtf, wa1, wa2, wa3, wa4) ||
       !GoodLmArgs(m, n, ldfjac, wholeJacobian ? *m : *n, ftol, xtol, gtol, maxfev, diag, mode,
                   factor))
     return Reject(info, nfev, njev);
   CallContext<Fn> ctx(fcn);
-  *info = solver(callback, &ctx, *m, *n, x, fvec, fjac, *ldfjac, *ftol, *xtol, *gtol, *maxfev,
-                 diag, *mode, *factor, *nprint, nfev, njev, ipvt, qtf, wa1, wa2, wa3, wa4);
+  *info = solver(callback, &ctx, *m, *n, x, fvec, fjac, *ldfjac, *ftol, *xtol, *gtol, *maxfev, diag,
+                 *mode, *factor, *nprint, nfev, njev, ipvt, qtf, wa1, wa2, wa3, wa4);
   Finish(ctx, info);
   return 0;
 }
@@ -238,29 +232,29 @@ int lmder_(const LmderFunctor& fcn, int* m, int* n, double* x, double* fvec, dou
            int* mode, double* factor, int* nprint, int* info, int* nfev, int* njev, int* ipvt,
            double* qtf, double* wa1, double* wa2, double* wa3, double* wa4) {
   return RunWithJacobian(::lmder, CallLmder, true, fcn, m, n, x, fvec, fjac, ldfjac, ftol, xtol,
-                         gtol, maxfev, diag, mode, factor, nprint, info, nfev, njev, ipvt, qtf,
-                         wa1, wa2, wa3, wa4);
+                         gtol, maxfev, diag, mode, factor, nprint, info, nfev, njev, ipvt, qtf, wa1,
+                         wa2, wa3, wa4);
 }
 
 int lmstr_(const LmstrFunctor& fcn, int* m, int* n, double* x, double* fvec, double* fjac,
            int* ldfjac, double* ftol, double* xtol, double* gtol, int* maxfev, double* diag,
            int* mode, double* factor, int* nprint, int* info, int* nfev, int* njev, int* ipvt,
            double* qtf, double* wa1, double* wa2, double* wa3, double* wa4) {
-  return RunWithJacobian(::lmstr, CallLmstr, false, fcn, m, n, x, fvec, fjac, ldfjac, ftol,
-                         xtol, gtol, maxfev, diag, mode, factor, nprint, info, nfev, njev, ipvt,
-                         qtf, wa1, wa2, wa3, wa4);
+  return RunWithJacobian(::lmstr, CallLmstr, false, fcn, m, n, x, fvec, fjac, ldfjac, ftol, xtol,
+                         gtol, maxfev, diag, mode, factor, nprint, info, nfev, njev, ipvt, qtf, wa1,
+                         wa2, wa3, wa4);
 }
 
 int lmdif1_(const LmdifFunctor& fcn, int* m, int* n, double* x, double* fvec, double* tol,
             int* info, int* iwa, double* wa, int* lwa) {
-  if (!AllSet(m, n, x, fvec, tol, info, iwa, wa, lwa) || *n <= 0 || *m < *n ||
-      !GoodTol(tol) || *lwa < static_cast<long long>(*m) * *n + 5LL * *n + *m)
+  if (!AllSet(m, n, x, fvec, tol, info, iwa, wa, lwa) || *n <= 0 || *m < *n || !GoodTol(tol) ||
+      *lwa < static_cast<long long>(*m) * *n + 5LL * *n + *m)
     return Reject(info);
   int mm = *m, nn = *n, maxfev = 200 * (nn + 1), mode = 1, nprint = 0, nfev = 0, ldfjac = mm;
   double gtol = 0.0, epsfcn = 0.0, factor = 100.0;
-  lmdif_(fcn, &mm, &nn, x, fvec, tol, tol, &gtol, &maxfev, &epsfcn, wa, &mode, &factor,
-         &nprint, info, &nfev, wa + 5 * nn + mm, &ldfjac, iwa, wa + nn, wa + 2 * nn,
-         wa + 3 * nn, wa + 4 * nn, wa + 5 * nn);
+  lmdif_(fcn, &mm, &nn, x, fvec, tol, tol, &gtol, &maxfev, &epsfcn, wa, &mode, &factor, &nprint,
+         info, &nfev, wa + 5 * nn + mm, &ldfjac, iwa, wa + nn, wa + 2 * nn, wa + 3 * nn,
+         wa + 4 * nn, wa + 5 * nn);
   if (*info == 8) *info = 4;
   return 0;
 }
@@ -270,18 +264,17 @@ namespace {
 // lmder1_ and lmstr1_ are the same driver over different full routines; fjac holds the
 // whole m×n Jacobian for lmder_ but only the n×n triangle for lmstr_.
 template <class Fn, class Full>
-int LmSimpleDriver(Full full, const Fn& fcn, int* m, int* n, double* x, double* fvec,
-                   double* fjac, int* ldfjac, bool ldfjacNeedsM, double* tol, int* info,
-                   int* ipvt, double* wa, int* lwa) {
+int LmSimpleDriver(Full full, const Fn& fcn, int* m, int* n, double* x, double* fvec, double* fjac,
+                   int* ldfjac, bool ldfjacNeedsM, double* tol, int* info, int* ipvt, double* wa,
+                   int* lwa) {
   if (!AllSet(m, n, x, fvec, fjac, ldfjac, tol, info, ipvt, wa, lwa) || *n <= 0 || *m < *n ||
       *ldfjac < (ldfjacNeedsM ? *m : *n) || !GoodTol(tol) || *lwa < 5LL * *n + *m)
     return Reject(info);
   int mm = *m, nn = *n, ld = *ldfjac, maxfev = 100 * (nn + 1), mode = 1, nprint = 0;
   int nfev = 0, njev = 0;
   double gtol = 0.0, factor = 100.0;
-  full(fcn, &mm, &nn, x, fvec, fjac, &ld, tol, tol, &gtol, &maxfev, wa, &mode, &factor,
-       &nprint, info, &nfev, &njev, ipvt, wa + nn, wa + 2 * nn, wa + 3 * nn, wa + 4 * nn,
-       wa + 5 * nn);
+  full(fcn, &mm, &nn, x, fvec, fjac, &ld, tol, tol, &gtol, &maxfev, wa, &mode, &factor, &nprint,
+       info, &nfev, &njev, ipvt, wa + nn, wa + 2 * nn, wa + 3 * nn, wa + 4 * nn, wa + 5 * nn);
   if (*info == 8) *info = 4;
   return 0;
 }
@@ -290,14 +283,12 @@ int LmSimpleDriver(Full full, const Fn& fcn, int* m, int* n, double* x, double* 
 
 int lmder1_(const LmderFunctor& fcn, int* m, int* n, double* x, double* fvec, double* fjac,
             int* ldfjac, double* tol, int* info, int* ipvt, double* wa, int* lwa) {
-  return LmSimpleDriver(lmder_, fcn, m, n, x, fvec, fjac, ldfjac, true, tol, info, ipvt, wa,
-                        lwa);
+  return LmSimpleDriver(lmder_, fcn, m, n, x, fvec, fjac, ldfjac, true, tol, info, ipvt, wa, lwa);
 }
 
 int lmstr1_(const LmstrFunctor& fcn, int* m, int* n, double* x, double* fvec, double* fjac,
             int* ldfjac, double* tol, int* info, int* ipvt, double* wa, int* lwa) {
-  return LmSimpleDriver(lmstr_, fcn, m, n, x, fvec, fjac, ldfjac, false, tol, info, ipvt, wa,
-                        lwa);
+  return LmSimpleDriver(lmstr_, fcn, m, n, x, fvec, fjac, ldfjac, false, tol, info, ipvt, wa, lwa);
 }
 
 int chkder_(int* m, int* n, double* x, double* fvec, double* fjac, int* ldfjac, double* xp,
@@ -309,9 +300,8 @@ int chkder_(int* m, int* n, double* x, double* fvec, double* fjac, int* ldfjac, 
   return 0;
 }
 
-int fdjac1_(const HybrdFunctor& fcn, int* n, double* x, double* fvec, double* fjac,
-            int* ldfjac, int* iflag, int* ml, int* mu, double* epsfcn, double* wa1,
-            double* wa2) {
+int fdjac1_(const HybrdFunctor& fcn, int* n, double* x, double* fvec, double* fjac, int* ldfjac,
+            int* iflag, int* ml, int* mu, double* epsfcn, double* wa1, double* wa2) {
   if (!AllSet(n, x, fvec, fjac, ldfjac, iflag, ml, mu, epsfcn, wa1, wa2) || *n <= 0 ||
       *ldfjac < *n || *ml < 0 || *mu < 0)
     return 0;
@@ -323,8 +313,7 @@ int fdjac1_(const HybrdFunctor& fcn, int* n, double* x, double* fvec, double* fj
 
 int fdjac2_(const LmdifFunctor& fcn, int* m, int* n, double* x, double* fvec, double* fjac,
             int* ldfjac, int* iflag, double* epsfcn, double* wa) {
-  if (!AllSet(m, n, x, fvec, fjac, ldfjac, iflag, epsfcn, wa) || *m <= 0 || *n <= 0 ||
-      *ldfjac < *m)
+  if (!AllSet(m, n, x, fvec, fjac, ldfjac, iflag, epsfcn, wa) || *m <= 0 || *n <= 0 || *ldfjac < *m)
     return 0;
   CallContext<LmdifFunctor> ctx(fcn, iflag);
   ::fdjac2(CallLmdif, &ctx, *m, *n, x, fvec, fjac, *ldfjac, *epsfcn, wa);
@@ -336,10 +325,14 @@ double dpmpar_(int* i) {
   // The published decimal constants, deliberately not DBL_EPSILON, DBL_MIN and DBL_MAX.
   if (!i) return 0.0;
   switch (*i) {
-    case 1: return 2.22044604926e-16;
-    case 2: return 2.22507385852e-308;
-    case 3: return 1.79769313485e+308;
-    default: return 0.0;
+    case 1:
+      return 2.22044604926e-16;
+    case 2:
+      return 2.22507385852e-308;
+    case 3:
+      return 1.79769313485e+308;
+    default:
+      return 0.0;
   }
 }
 
@@ -358,8 +351,7 @@ int dogleg_(int* n, double* r, int* lr, double* diag, double* qtb, double* delta
 
 int lmpar_(int* n, double* r, int* ldr, int* ipvt, double* diag, double* qtb, double* delta,
            double* par, double* x, double* sdiag, double* wa1, double* wa2) {
-  if (!AllSet(n, r, ldr, ipvt, diag, qtb, delta, par, x, sdiag, wa1, wa2) || *n <= 0 ||
-      *ldr < *n)
+  if (!AllSet(n, r, ldr, ipvt, diag, qtb, delta, par, x, sdiag, wa1, wa2) || *n <= 0 || *ldr < *n)
     return 0;
   ::lmpar(*n, r, *ldr, ipvt, diag, qtb, *delta, par, x, sdiag, wa1, wa2);
   return 0;
@@ -371,8 +363,8 @@ int qform_(int* m, int* n, double* q, int* ldq, double* wa) {
   return 0;
 }
 
-int qrfac_(int* m, int* n, double* a, int* lda, bool* pivot, int* ipvt, int* lipvt,
-           double* rdiag, double* acnorm, double* wa) {
+int qrfac_(int* m, int* n, double* a, int* lda, bool* pivot, int* ipvt, int* lipvt, double* rdiag,
+           double* acnorm, double* wa) {
   if (!AllSet(m, n, a, lda, pivot, ipvt, lipvt, rdiag, acnorm, wa) || *m <= 0 || *n <= 0 ||
       *lda < *m || (*pivot && *lipvt < *n))
     return 0;

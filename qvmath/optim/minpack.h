@@ -3,9 +3,8 @@
 // and the building blocks) with the user function passed as a REmath functor object.
 #pragma once
 
-#include <qvmath/platform/export.h>
-
 #include <qvmath/core/functor.h>
+#include <qvmath/platform/export.h>
 
 namespace REmath {
 
@@ -58,9 +57,9 @@ using LmstrFunctor = Functor6<void, int*, int*, double*, double*, double*, int*>
 ///         untouched. A negative iflag from fcn gives info = that value.
 QVMATH_API int hybrd_(const HybrdFunctor& fcn, int* n, double* x, double* fvec, double* xtol,
                       int* maxfev, int* ml, int* mu, double* epsfcn, double* diag, int* mode,
-                      double* factor, int* nprint, int* info, int* nfev, double* fjac,
-                      int* ldfjac, double* r, int* lr, double* qtf, double* wa1, double* wa2,
-                      double* wa3, double* wa4);
+                      double* factor, int* nprint, int* info, int* nfev, double* fjac, int* ldfjac,
+                      double* r, int* lr, double* qtf, double* wa1, double* wa2, double* wa3,
+                      double* wa4);
 
 /// Finds x with fcn(x) = 0 for n functions of n variables by the Powell hybrid method with
 /// the Jacobian supplied by fcn (iflag 2). nfev counts the iflag-1 calls, njev the iflag-2 ones.
@@ -95,17 +94,17 @@ QVMATH_API int hybrj1_(const HybrjFunctor& fcn, int* n, double* x, double* fvec,
 
 /// Minimises the sum of squares of m functions of n variables by Levenberg-Marquardt, the
 /// Jacobian by forward differences (calls with iflag 2). Info codes 1..8 are MINPACK's;
-/// nfev counts the calls with iflag 1 or 2. On return fjac holds the upper triangle R of the pivoted QR factors, ipvt the 1-based
-/// column permutation.
+/// nfev counts the calls with iflag 1 or 2. On return fjac holds the upper triangle R of the
+/// pivoted QR factors, ipvt the 1-based column permutation.
 /// @return 0. Bad input (a null pointer, n <= 0, m < n, ldfjac < m, ftol, xtol or gtol < 0
 ///         or NaN, maxfev <= 0, factor <= 0, epsfcn NaN, or mode 2 with a diag entry <= 0)
 ///         sets info = nfev = 0 at once without calling fcn. A negative iflag gives info =
 ///         that value.
 QVMATH_API int lmdif_(const LmdifFunctor& fcn, int* m, int* n, double* x, double* fvec,
                       double* ftol, double* xtol, double* gtol, int* maxfev, double* epsfcn,
-                      double* diag, int* mode, double* factor, int* nprint, int* info,
-                      int* nfev, double* fjac, int* ldfjac, int* ipvt, double* qtf,
-                      double* wa1, double* wa2, double* wa3, double* wa4);
+                      double* diag, int* mode, double* factor, int* nprint, int* info, int* nfev,
+                      double* fjac, int* ldfjac, int* ipvt, double* qtf, double* wa1, double* wa2,
+                      double* wa3, double* wa4);
 
 /// Minimises the sum of squares of m functions of n variables by Levenberg-Marquardt with
 /// the m×n Jacobian supplied by fcn (iflag 2). Outputs as `lmdif_`; njev counts the
@@ -114,9 +113,9 @@ QVMATH_API int lmdif_(const LmdifFunctor& fcn, int* m, int* n, double* x, double
 ///         without calling fcn. A negative iflag gives info = that value.
 QVMATH_API int lmder_(const LmderFunctor& fcn, int* m, int* n, double* x, double* fvec,
                       double* fjac, int* ldfjac, double* ftol, double* xtol, double* gtol,
-                      int* maxfev, double* diag, int* mode, double* factor, int* nprint,
-                      int* info, int* nfev, int* njev, int* ipvt, double* qtf, double* wa1,
-                      double* wa2, double* wa3, double* wa4);
+                      int* maxfev, double* diag, int* mode, double* factor, int* nprint, int* info,
+                      int* nfev, int* njev, int* ipvt, double* qtf, double* wa1, double* wa2,
+                      double* wa3, double* wa4);
 
 /// Minimises the sum of squares of m functions of n variables by Levenberg-Marquardt using
 /// n×n storage: fcn supplies the Jacobian one row at a time (iflag 2 + row, rows from 0).
@@ -125,9 +124,9 @@ QVMATH_API int lmder_(const LmderFunctor& fcn, int* m, int* n, double* x, double
 ///         without calling fcn. A negative iflag gives info = that value.
 QVMATH_API int lmstr_(const LmstrFunctor& fcn, int* m, int* n, double* x, double* fvec,
                       double* fjac, int* ldfjac, double* ftol, double* xtol, double* gtol,
-                      int* maxfev, double* diag, int* mode, double* factor, int* nprint,
-                      int* info, int* nfev, int* njev, int* ipvt, double* qtf, double* wa1,
-                      double* wa2, double* wa3, double* wa4);
+                      int* maxfev, double* diag, int* mode, double* factor, int* nprint, int* info,
+                      int* nfev, int* njev, int* ipvt, double* qtf, double* wa1, double* wa2,
+                      double* wa3, double* wa4);
 
 /// Simple driver of `lmdif_`: maxfev = 200(n + 1), ftol = xtol = tol, gtol = 0, epsfcn = 0,
 /// mode 1, factor 100, nprint 0; wa is split as MINPACK does (diag, qtf, wa1..wa3, wa4 of
@@ -144,16 +143,16 @@ QVMATH_API int lmdif1_(const LmdifFunctor& fcn, int* m, int* n, double* x, doubl
 ///         m < n, ldfjac < m, tol < 0 or NaN, lwa < 5n + m) sets info = 0 at once without
 ///         calling fcn.
 QVMATH_API int lmder1_(const LmderFunctor& fcn, int* m, int* n, double* x, double* fvec,
-                       double* fjac, int* ldfjac, double* tol, int* info, int* ipvt,
-                       double* wa, int* lwa);
+                       double* fjac, int* ldfjac, double* tol, int* info, int* ipvt, double* wa,
+                       int* lwa);
 
 /// Simple driver of `lmstr_`, with the parameters of `lmder1_`.
 /// @return 0. info as `lmstr_` with 8 mapped to 4. Bad input (a null pointer, n <= 0,
 ///         m < n, ldfjac < n, tol < 0 or NaN, lwa < 5n + m) sets info = 0 at once without
 ///         calling fcn.
 QVMATH_API int lmstr1_(const LmstrFunctor& fcn, int* m, int* n, double* x, double* fvec,
-                       double* fjac, int* ldfjac, double* tol, int* info, int* ipvt,
-                       double* wa, int* lwa);
+                       double* fjac, int* ldfjac, double* tol, int* info, int* ipvt, double* wa,
+                       int* lwa);
 
 // ---------------------------------------------------------------------------------------
 // Derivative checker, finite-difference Jacobians and machine constants
@@ -234,8 +233,8 @@ QVMATH_API int qrfac_(int* m, int* n, double* a, int* lda, bool* pivot, int* ipv
 /// of A (r, ipvt, qtb = Qᵀb) and the diagonal D = diag; sdiag and r's strict lower triangle
 /// receive the triangle S as in `lmpar_`.
 /// @return 0. Untouched for n <= 0 or ldr < n.
-QVMATH_API int qrsolv_(int* n, double* r, int* ldr, int* ipvt, double* diag, double* qtb,
-                       double* x, double* sdiag, double* wa);
+QVMATH_API int qrsolv_(int* n, double* r, int* ldr, int* ipvt, double* diag, double* qtb, double* x,
+                       double* sdiag, double* wa);
 
 /// Replaces the m×n matrix a by a·Q, Q = gv(n-1)···gv(1)·gw(1)···gw(n-1) the product of the
 /// Givens rotations described by v and w (as `r1updt_` leaves them).

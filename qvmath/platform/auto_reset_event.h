@@ -3,10 +3,10 @@
 // with waits on one event or on the first of several, with a time-out.
 #pragma once
 
+#include <qvmath/platform/export.h>
+
 #include <cstdint>
 #include <vector>
-
-#include <qvmath/platform/export.h>
 
 /// Time-out value meaning "wait without time-out".
 constexpr std::uint32_t kKorvaInfinite = 0xFFFFFFFFu;

@@ -3,9 +3,9 @@
 // section, and a scope guard for it.
 #pragma once
 
-#include <mutex>
-
 #include <qvmath/platform/export.h>
+
+#include <mutex>
 
 /// A critical section: a lock that its owning thread may take again (re-entrant), released
 /// when Unlock has been called as often as Lock. Not copyable.

@@ -3,10 +3,10 @@
 // that signals cancellation by the user.
 #pragma once
 
+#include <qvmath/platform/export.h>
+
 #include <exception>
 #include <string>
-
-#include <qvmath/platform/export.h>
 
 /// An exception carrying an English message text, returned by `what()`.
 /// Streams, files and the framework pieces throw it (or classes derived from it).

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: MIT
+#include <fcntl.h>
 #include <qvmath/platform/temp_file.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <vector>
-
-#include <fcntl.h>
-#include <unistd.h>
 
 std::string KorvaTempDirectory() {
   for (const char* var : {"TMP", "TMPDIR"}) {

@@ -3,10 +3,10 @@
 // system removes when it is closed, or when the process dies.
 #pragma once
 
+#include <qvmath/platform/export.h>
+
 #include <cstdio>
 #include <string>
-
-#include <qvmath/platform/export.h>
 
 /// Access pattern announced for a temporary file, passed to the system as a caching hint.
 enum class ETempFileAccess {
@@ -33,4 +33,4 @@ QVMATH_API std::string KorvaTempDirectory();
 ///         (directory missing or not writable, prefix containing '/', no file descriptors),
 ///         with errno set by the failing call.
 QVMATH_API std::FILE* KorvaOpenTempFile(const char* prefix,
-                                         ETempFileAccess access = ETempFileAccess::kDefault);
+                                        ETempFileAccess access = ETempFileAccess::kDefault);

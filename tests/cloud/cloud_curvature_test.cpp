@@ -41,7 +41,8 @@ TEST(CloudCurvature, Properties_TorusCurvaturesMatchTheAnalyticSurface) {
     eg.push_back(std::fabs(serial.gauss[std::size_t(i)] - k1 * k2));
     // dir1 runs around the tube: perpendicular to the tube's circle direction (-y, x, 0).
     const Point3D& p = torus.cloud.Positions()[std::size_t(i)];
-    const double t = std::fabs(-p.y() * serial.dir1[std::size_t(i)].x() + p.x() * serial.dir1[std::size_t(i)].y()) /
+    const double t = std::fabs(-p.y() * serial.dir1[std::size_t(i)].x() +
+                               p.x() * serial.dir1[std::size_t(i)].y()) /
                      std::hypot(p.x(), p.y());
     if (i % 10 == 0) {
       EXPECT_LT(t, 0.5) << i;
@@ -56,7 +57,9 @@ TEST(CloudCurvature, Properties_TorusCurvaturesMatchTheAnalyticSurface) {
   ComputeCloudCurvatures(index, nr.normals, nr.valid, cp, parallel);
   EXPECT_EQ(serial.valid, parallel.valid);
   EXPECT_EQ(0, std::memcmp(serial.k1.data(), parallel.k1.data(), serial.k1.size() * sizeof(float)));
-  EXPECT_EQ(0, std::memcmp(serial.dir2.data(), parallel.dir2.data(), serial.dir2.size() * sizeof(Point3D)));
+  EXPECT_EQ(0, std::memcmp(serial.dir2.data(), parallel.dir2.data(),
+                           serial.dir2.size() * sizeof(Point3D)));
   cp.k = 5;
-  EXPECT_THROW(ComputeCloudCurvatures(index, nr.normals, nr.valid, cp, serial), std::invalid_argument);
+  EXPECT_THROW(ComputeCloudCurvatures(index, nr.normals, nr.valid, cp, serial),
+               std::invalid_argument);
 }

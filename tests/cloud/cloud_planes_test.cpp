@@ -34,7 +34,8 @@ TEST(CloudPlanes, Properties_NoisyBoxGivesSixFacesOnAnyThreadCount) {
   const double area[3] = {1.0 * 1.5, 2.0 * 1.5, 2.0 * 1.0};
   for (int f = 0; f < 6; ++f)
     EXPECT_NEAR(double(std::count(box.trueFace.begin(), box.trueFace.end(), f)) / 60000.0,
-                area[f / 2] / 13.0, 0.01) << f;
+                area[f / 2] / 13.0, 0.01)
+        << f;
   CCloudPlaneParams p;
   Found one, two;
   Find(box.cloud, p, one);
@@ -86,10 +87,12 @@ TEST(CloudPlanes, Regions_SeparateCoplanarPatchesAndOutliers) {
   // Two coplanar squares on z = 0, 3 apart, and uniform clutter above them.
   for (int i = 0; i < 8000; ++i) {
     const double x = rng.Uniform(0, 1) + (i % 2 ? 3.0 : 0.0);
-    cloud.Positions().emplace_back(float(x), float(rng.Uniform(0, 1)), float(rng.Uniform(-1e-3, 1e-3)));
+    cloud.Positions().emplace_back(float(x), float(rng.Uniform(0, 1)),
+                                   float(rng.Uniform(-1e-3, 1e-3)));
   }
   for (int i = 0; i < 2000; ++i)
-    cloud.Positions().emplace_back(float(rng.Uniform(0, 4)), float(rng.Uniform(0, 1)), float(rng.Uniform(0.1, 1)));
+    cloud.Positions().emplace_back(float(rng.Uniform(0, 4)), float(rng.Uniform(0, 1)),
+                                   float(rng.Uniform(0.1, 1)));
   CCloudPlaneParams p;
   p.seed = 77;
   Found f;
@@ -106,5 +109,6 @@ TEST(CloudPlanes, Regions_SeparateCoplanarPatchesAndOutliers) {
   EXPECT_EQ(clutter, 0);
   CCloudPlanes out;
   std::vector<unsigned char> shortFlags(2);
-  EXPECT_THROW(FindCloudPlanes(f.index, f.normals.normals, shortFlags, p, out), std::invalid_argument);
+  EXPECT_THROW(FindCloudPlanes(f.index, f.normals.normals, shortFlags, p, out),
+               std::invalid_argument);
 }

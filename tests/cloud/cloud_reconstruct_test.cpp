@@ -123,8 +123,11 @@ TEST(CloudReconstruct, Properties_ClosedPiecesOfTheRightTopology) {
       const Point3D& n = mesh.Normals()[t[0]];
       const double ux = b.x() - a.x(), uy = b.y() - a.y(), uz = b.z() - a.z();
       const double vx = d.x() - a.x(), vy = d.y() - a.y(), vz = d.z() - a.z();
-      agree += (uy * vz - uz * vy) * n.x() + (uz * vx - ux * vz) * n.y() +
-                       (ux * vy - uy * vx) * n.z() > 0 ? 1 : 0;
+      agree +=
+          (uy * vz - uz * vy) * n.x() + (uz * vx - ux * vz) * n.y() + (ux * vy - uy * vx) * n.z() >
+                  0
+              ? 1
+              : 0;
     }
     EXPECT_EQ(agree, int(mesh.Triangles().size()));
     if (!c.closed) {

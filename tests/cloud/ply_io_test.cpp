@@ -33,9 +33,9 @@ bool SameBits(float a, float b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 CPointCloud RichCloud(int n) {
   qvtest::TestRng rng(17);
   CPointCloud c;
-  const ECloudFieldType types[] = {ECloudFieldType::Int8,   ECloudFieldType::UInt8,
-                                   ECloudFieldType::Int16,  ECloudFieldType::UInt16,
-                                   ECloudFieldType::Int32,  ECloudFieldType::UInt32,
+  const ECloudFieldType types[] = {ECloudFieldType::Int8,    ECloudFieldType::UInt8,
+                                   ECloudFieldType::Int16,   ECloudFieldType::UInt16,
+                                   ECloudFieldType::Int32,   ECloudFieldType::UInt32,
                                    ECloudFieldType::Float32, ECloudFieldType::Float64};
   for (int i = 0; i < n; ++i) {
     c.Positions().emplace_back(float(rng.Uniform(-1e3, 1e3)), float(rng.Uniform(-1, 1)),
@@ -49,13 +49,14 @@ CPointCloud RichCloud(int n) {
   for (ECloudFieldType type : types) {
     CCloudScalarField& f = c.SetField("f" + std::to_string(t++), type);
     for (int i = 0; i < n; ++i)
-      f.values[std::size_t(i)] = type == ECloudFieldType::Float32 || type == ECloudFieldType::Float64
-                                     ? float(rng.Uniform(-1, 1))
-                                     : float(rng.Int(0, 100) - (type == ECloudFieldType::UInt8 ||
-                                                                        type == ECloudFieldType::UInt16 ||
-                                                                        type == ECloudFieldType::UInt32
-                                                                    ? 0
-                                                                    : 50));
+      f.values[std::size_t(i)] =
+          type == ECloudFieldType::Float32 || type == ECloudFieldType::Float64
+              ? float(rng.Uniform(-1, 1))
+              : float(rng.Int(0, 100) - (type == ECloudFieldType::UInt8 ||
+                                                 type == ECloudFieldType::UInt16 ||
+                                                 type == ECloudFieldType::UInt32
+                                             ? 0
+                                             : 50));
   }
   return c;
 }
@@ -111,18 +112,30 @@ TEST(PlyIo, Regions_PropertySpellingsAndOtherElements) {
   const Case cases[] = {
       {"property float x\nproperty float y\nproperty float z\nproperty float nx\n"
        "property float ny\nproperty float nz\n",
-       "1 2 3 0 0 1\n4 5 6 0 1 0\n", true, false, {}},
+       "1 2 3 0 0 1\n4 5 6 0 1 0\n",
+       true,
+       false,
+       {}},
       {"property double x\nproperty double y\nproperty double z\nproperty float normal_x\n"
        "property float normal_y\nproperty float normal_z\nproperty uchar diffuse_red\n"
        "property uchar diffuse_green\nproperty uchar diffuse_blue\n",
-       "1 2 3 0 0 1 10 20 30\n4 5 6 0 1 0 40 50 60\n", true, true, {}},
+       "1 2 3 0 0 1 10 20 30\n4 5 6 0 1 0 40 50 60\n",
+       true,
+       true,
+       {}},
       {"property float32 z\nproperty float32 y\nproperty float32 x\nproperty uint8 r\n"
        "property uint8 g\nproperty uint8 b\nproperty uchar alpha\n",
-       "3 2 1 10 20 30 255\n6 5 4 40 50 60 7\n", false, true, {"alpha"}},
+       "3 2 1 10 20 30 255\n6 5 4 40 50 60 7\n",
+       false,
+       true,
+       {"alpha"}},
       // Float colour channels and a lone normal component are carried as fields.
       {"property float x\nproperty float y\nproperty float z\nproperty float red\n"
        "property float green\nproperty float blue\nproperty float nx\n",
-       "1 2 3 .1 .2 .3 1\n4 5 6 .4 .5 .6 0\n", false, false, {"red", "green", "blue", "nx"}},
+       "1 2 3 .1 .2 .3 1\n4 5 6 .4 .5 .6 0\n",
+       false,
+       false,
+       {"red", "green", "blue", "nx"}},
   };
   for (const Case& k : cases) {
     SCOPED_TRACE(k.header);
@@ -167,14 +180,16 @@ TEST(PlyIo, Degenerate_MalformedAndLyingFilesGiveNamedErrors) {
       {"ply\nformat ascii 1.0\nelement vertex -1\nend_header\n", "bad count"},
       {"ply\nformat ascii 1.0\nelement vertex 99999999999999999999\nend_header\n", "bad count"},
       {"ply\nformat ascii 1.0\nelement face 0\nend_header\n", "no vertex element"},
-      {"ply\nformat ascii 1.0\nelement vertex 1\nproperty float x\nproperty float y\nend_header\n0 0\n",
+      {"ply\nformat ascii 1.0\nelement vertex 1\nproperty float x\nproperty float y\nend_header\n0 "
+       "0\n",
        "no x, y and z"},
       {"ply\nformat ascii 1.0\nelement vertex 1\n" + xyz + "property float x\nend_header\n",
        "appears twice"},
       {"ply\nformat ascii 1.0\nelement vertex 1\n" + xyz +
            "property list uchar int idx\nend_header\n1 2 3 0\n",
        "list property idx"},
-      {"ply\nformat ascii 1.0\nelement vertex 1\n" + xyz + "end_header\n1 2 x\n", "'x' is not a number"},
+      {"ply\nformat ascii 1.0\nelement vertex 1\n" + xyz + "end_header\n1 2 x\n",
+       "'x' is not a number"},
       {"ply\nformat ascii 1.0\nelement vertex 2\n" + xyz + "end_header\n1 2 3\n4 5\n", "truncated"},
       // Lying counts are caught before any allocation, whatever the count.
       {"ply\nformat ascii 1.0\nelement vertex 1000000\n" + xyz + "end_header\n1 2 3\n",
@@ -182,14 +197,17 @@ TEST(PlyIo, Degenerate_MalformedAndLyingFilesGiveNamedErrors) {
       {bin + "2000000000\n" + xyz + "end_header\n" + std::string(12, '\0'), "lying header"},
       {bin + "2\n" + xyz + "end_header\n" + std::string(23, '\0'), "lying header"},
       {"ply\nformat binary_little_endian 1.0\nelement face 1\nproperty list uint int idx\n"
-       "element vertex 1\n" + xyz + "end_header\n\xff\xff\xff\x7f" + std::string(12, '\0'),
+       "element vertex 1\n" +
+           xyz + "end_header\n\xff\xff\xff\x7f" + std::string(12, '\0'),
        "exceeds the data"},
       // The writer must be able to write back every name the reader accepts.
-      {"ply\nformat ascii 1.0\nelement vertex 1\n" + xyz + "property float q\ra\nend_header\n1 2 3 4\n",
+      {"ply\nformat ascii 1.0\nelement vertex 1\n" + xyz +
+           "property float q\ra\nend_header\n1 2 3 4\n",
        "bad property name"},
       // A count beyond every integer width is refused before it is converted.
       {"ply\nformat ascii 1.0\nelement face 1\nproperty list uchar int idx\n"
-       "element vertex 1\n" + xyz + "end_header\n1e121 0\n0 0 0\n",
+       "element vertex 1\n" +
+           xyz + "end_header\n1e121 0\n0 0 0\n",
        "exceeds the data"},
   };
   for (const auto& k : cases) {
@@ -218,7 +236,8 @@ TEST(PlyIo, Properties_CorruptedBytesNeverCrashOnlyThrow) {
     for (int trial = 0; trial < 2000; ++trial) {
       std::vector<unsigned char> bad = good;
       for (int m = 0; m < 3; ++m)
-        bad[std::size_t(rng.Int(0, int(bad.size()) - 1))] = static_cast<unsigned char>(rng.Int(0, 255));
+        bad[std::size_t(rng.Int(0, int(bad.size()) - 1))] =
+            static_cast<unsigned char>(rng.Int(0, 255));
       CPointCloud out;
       ReadError(bad, out);
     }

@@ -87,7 +87,9 @@ TEST(XyzIo, Degenerate_BadLinesAndFilesNameTheProblem) {
       {"1 2 3\n\n1 2 3 4\n", "XYZ: line 3: 4 columns, expected 3"},
       {"1 2 3\n1 2 zz\n", "XYZ: line 2: 'zz' is not a number"},
       {"# x y z x\n1 2 3 4\n", "named twice"},
-      {"# x y z a\x01" "b\n1 2 3 4\n", "bad column name"},
+      {"# x y z a\x01"
+       "b\n1 2 3 4\n",
+       "bad column name"},
       {"# x y z\n1 2 3e999\n", "is not a number"},
   };
   for (const auto& k : cases) {
@@ -99,7 +101,8 @@ TEST(XyzIo, Degenerate_BadLinesAndFilesNameTheProblem) {
     ReadCloudFile("/nonexistent/dir/a.ply", c);
     ADD_FAILURE();
   } catch (const ECloudFileError& e) {
-    EXPECT_EQ(std::string(e.what()).rfind("/nonexistent/dir/a.ply: cannot open", 0), 0u) << e.what();
+    EXPECT_EQ(std::string(e.what()).rfind("/nonexistent/dir/a.ply: cannot open", 0), 0u)
+        << e.what();
   }
   EXPECT_THROW(ReadCloudFile("a.las", c), ECloudFileError);
   EXPECT_THROW(WriteCloudFile("a", c), ECloudFileError);

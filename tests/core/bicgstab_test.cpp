@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
 #include <qvmath/core/bicgstab.h>
 
-#include <gtest/gtest.h>
-
 #include <Eigen/Dense>
-
 #include <cmath>
 #include <stdexcept>
 #include <vector>

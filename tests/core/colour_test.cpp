@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/core/colour.h>
-
 #include <gtest/gtest.h>
+#include <qvmath/core/colour.h>
 
 #include <cmath>
 #include <cstdint>

@@ -4,12 +4,11 @@
 // test matrices, and LAPACK's symmetric eigen-solver as the reference spectrum.
 #pragma once
 
-#include <Eigen/Dense>
+#include <qvmath/core/detail/lapack.h>
 
+#include <Eigen/Dense>
 #include <cstddef>
 #include <vector>
-
-#include <qvmath/core/detail/lapack.h>
 
 #include "test_util.h"
 
@@ -21,7 +20,9 @@ class RowMat {
  public:
   using EigenView = Eigen::Map<Eigen::Matrix<T, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor>>;
   explicit RowMat(int rows, int cols = -1)
-      : m_rows(rows), m_cols(cols < 0 ? rows : cols), m_data(std::size_t(rows) * m_cols),
+      : m_rows(rows),
+        m_cols(cols < 0 ? rows : cols),
+        m_data(std::size_t(rows) * m_cols),
         m_ptrs(rows) {
     for (int i = 0; i < rows; ++i) m_ptrs[i] = m_data.data() + std::size_t(i) * m_cols;
   }

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/core/eigen_sa.h>
-
 #include <gtest/gtest.h>
+#include <qvmath/core/eigen_sa.h>
+#include <qvmath/core/matrix.h>
+#include <qvmath/core/tridiag_eigen.h>
 
 #include <atomic>
 #include <cmath>
@@ -9,9 +10,6 @@
 #include <new>
 #include <stdexcept>
 #include <string>
-
-#include <qvmath/core/matrix.h>
-#include <qvmath/core/tridiag_eigen.h>
 
 #include "test_util.h"
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/core/gauss_jordan.h>
-
 #include <gtest/gtest.h>
+#include <qvmath/core/gauss_jordan.h>
 
 #include <cmath>
 #include <cstring>

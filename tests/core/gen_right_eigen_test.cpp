@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
 #include <qvmath/core/gen_right_eigen.h>
 
-#include <gtest/gtest.h>
-
 #include <Eigen/Dense>
-
 #include <algorithm>
 #include <cmath>
 #include <vector>
@@ -25,8 +23,7 @@ struct Pencil {
       bcols.push_back(B.data() + j * n);
       vecs.push_back(vecStore.data() + j * n);
     }
-    ok = REmath::gen_right_eigen(n, acols.data(), bcols.data(), count, vecs.data(),
-                                 values.data());
+    ok = REmath::gen_right_eigen(n, acols.data(), bcols.data(), count, vecs.data(), values.data());
   }
   // max over kept pairs of ‖A·v − λ·B·v‖ / ((‖A‖ + |λ|·‖B‖)·‖v‖).
   double WorstRelativeResidual() const {

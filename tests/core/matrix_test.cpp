@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 #include <qvmath/core/matrix.h>
 
+#include <climits>
 #include <cmath>
 #include <cstdint>
-#include <climits>
 #include <cstring>
 #include <functional>
 #include <limits>
@@ -117,10 +117,10 @@ TEST(MatrixTest, Blocks_GetAsSubmatrixAndFaultTexts) {
   s.submatrix(1, 0, B);
   for (int j = 0; j < 4; ++j)
     for (int i = 0; i < 4; ++i) EXPECT_EQ(s(i, j), (i >= 2 && j < 2) ? B(i - 2, j) : 0.0);
-  for (const auto& f : std::vector<std::function<void()>>{
-           [&] { Matrix<double>(5, 4).submatrix(0, 0, B); },
-           [&] { Matrix<double>(1, 4).submatrix(0, 0, B); },
-           [&] { s.submatrix(0, 0, Matrix<double>(0, 2)); }})
+  for (const auto& f :
+       std::vector<std::function<void()>>{[&] { Matrix<double>(5, 4).submatrix(0, 0, B); },
+                                          [&] { Matrix<double>(1, 4).submatrix(0, 0, B); },
+                                          [&] { s.submatrix(0, 0, Matrix<double>(0, 2)); }})
     EXPECT_EQ(qvtest::ThrownText(f), "NURBSWrongSize2D");
   EXPECT_THROWS_TEXT(s.submatrix(2, 0, B), "NURBSOutOfBound2D");
   EXPECT_THROWS_TEXT(s.submatrix(0, -1, B), "NURBSOutOfBound2D");
@@ -389,8 +389,8 @@ TEST(MatrixTest, Failure_AllocationLeavesMatrixUnchanged) {
   const Matrix<double> big = Filled(4, 5, 3);
   for (int skip = 0; skip < 2; ++skip) {
     const std::function<void(Matrix<double>&)> reshapes[] = {
-        [](Matrix<double>& m) { m.resize(4, 4); },
-        [](Matrix<double>& m) { m.resizeKeep(1, 7); }, [&](Matrix<double>& m) { m = big; }};
+        [](Matrix<double>& m) { m.resize(4, 4); }, [](Matrix<double>& m) { m.resizeKeep(1, 7); },
+        [&](Matrix<double>& m) { m = big; }};
     for (const auto& reshape : reshapes) {
       Matrix<double> m = Filled(2, 3);
       const double* block = m.memory();

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Point3D, Point3D_d and the homogeneous HPoint3D, HPoint3D_d: layout, the conversion and
 // weight rules, lengths and the ordering of homogeneous points.
+#include <gtest/gtest.h>
 #include <qvmath/core/hpoint3d.h>
 #include <qvmath/core/point3d.h>
-
-#include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstddef>

@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
 #include <qvmath/core/solve_mat.h>
 
-#include <gtest/gtest.h>
-
 #include <Eigen/Dense>
-
 #include <cmath>
 #include <limits>
 
@@ -30,7 +28,7 @@ Matrix<T> Random(qvtest::TestRng& rng, int rows, int cols, double diag = 0.0) {
 template <class T>
 Eigen::MatrixXd Double(const Matrix<T>& m) {
   return Eigen::Map<const Eigen::Matrix<T, Eigen::Dynamic, Eigen::Dynamic>>(m.memory(), m.rows(),
-                                                                           m.cols())
+                                                                            m.cols())
       .template cast<double>();
 }
 

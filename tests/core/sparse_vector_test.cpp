@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/core/sparse_vector.h>
-
 #include <gtest/gtest.h>
+#include <qvmath/core/sparse_vector.h>
 
 #include <climits>
 #include <cmath>
@@ -140,8 +139,9 @@ TEST(SparseVectorTest, Format_RoundTripsByteForByte) {
 }
 
 TEST(SparseVectorTest, Format_TruncatedAndCorruptFilesFail) {
-  // Truncation at every read is covered by the injected failures below. A huge count over a few bytes fails without reserving memory for the count (the
-  // sanitizer build would abort on a 24 GiB request).
+  // Truncation at every read is covered by the injected failures below. A huge count over a few
+  // bytes fails without reserving memory for the count (the sanitizer build would abort on a 24 GiB
+  // request).
   CSparseVector s;
   EXPECT_FALSE(LoadFrom(Image(INT_MAX, {1, 2}, {}), s) || s.LoadFromFile(nullptr) ||
                s.SaveToFile(nullptr));

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/core/tridiag_eigen.h>
-
 #include <gtest/gtest.h>
+#include <qvmath/core/tridiag_eigen.h>
 
 #include <algorithm>
 #include <cmath>

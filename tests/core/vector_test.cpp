@@ -112,8 +112,8 @@ TEST(VectorTest, Assign_GetAsAndArithmetic) {
 
   const Vector<double> a(longer, 5), b(5);
   Vector<double> c(gm, 4), e(a);
-  for (const auto& f : std::vector<std::function<void()>>{
-           [&] { a + c; }, [&] { a - c; }, [&] { c += a; }, [&] { c -= a; }})
+  for (const auto& f : std::vector<std::function<void()>>{[&] { a + c; }, [&] { a - c; },
+                                                          [&] { c += a; }, [&] { c -= a; }})
     EXPECT_EQ(qvtest::ThrownText(f), "NURBSsize");
   EXPECT_FALSE(a == a.get(0, 2)) << "different sizes are unequal";
   e += a;

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
 #include <qvmath/geometry/arc2d.h>
 
-#include <gtest/gtest.h>
-
-#include <cmath>
 #include <algorithm>
+#include <cmath>
 
 #include "geometry/geom_test_util.h"
 
@@ -55,8 +54,8 @@ void Direction(const CArc2D& a, double x, double y, double& tx, double& ty) {
     tx = dx / l, ty = dy / l;
     return;
   }
-  double sweep = std::atan2(a.m_y1 - a.m_cy, a.m_x1 - a.m_cx) -
-                 std::atan2(a.m_y0 - a.m_cy, a.m_x0 - a.m_cx);
+  double sweep =
+      std::atan2(a.m_y1 - a.m_cy, a.m_x1 - a.m_cx) - std::atan2(a.m_y0 - a.m_cy, a.m_x0 - a.m_cx);
   while (sweep <= -qvtest::kPi) sweep += 2 * qvtest::kPi;
   while (sweep > qvtest::kPi) sweep -= 2 * qvtest::kPi;
   const double o = sweep < 0 ? -1.0 : 1.0;
@@ -205,7 +204,8 @@ TEST(Get2ArcsIntersectTest, Regions_TiesGoToTheFirstCandidate) {
   // Circles about (0, −1) and (0, 1): candidates (1, 0) (the plus sign, first) and (−1, 0).
   CArc2D cc[2] = {Arc(0, -1, std::sqrt(2.0), 0, 1), Arc(0, 1, std::sqrt(2.0), 0, 1)};
   ASSERT_TRUE(Get2ArcsIntersect(cc, out));
-  EXPECT_NEAR(out[0], 1.0f, 1e-6); EXPECT_NEAR(out[1], 0.0f, 1e-6);
+  EXPECT_NEAR(out[0], 1.0f, 1e-6);
+  EXPECT_NEAR(out[1], 0.0f, 1e-6);
   // Parallel lines are not detected: true with non-finite coordinates.
   CArc2D par[2] = {Segment(0, 0, 1, 0), Segment(0, 1, 2, 1)};
   EXPECT_TRUE(Get2ArcsIntersect(par, out));
@@ -264,9 +264,9 @@ TEST(Make2ArcsFilletTest, Degenerate_ImpossibleInputGivesFalseAndLeavesOutUntouc
     CArc2D *a, *b;
     float r;
     bool out;
-  } cases[] = {{&in, &straightOn, 1, true},  {&in, &back, 1, true},      {&in, &point, 1, true},
-               {&in, nullptr, 1, true},      {&in, &up, 1, false},       {&in, &up, 0, true},
-               {&in, &up, -1, true},         {&in, &up, NAN, true},      {&in, &up, INFINITY, true},
+  } cases[] = {{&in, &straightOn, 1, true}, {&in, &back, 1, true}, {&in, &point, 1, true},
+               {&in, nullptr, 1, true},     {&in, &up, 1, false},  {&in, &up, 0, true},
+               {&in, &up, -1, true},        {&in, &up, NAN, true}, {&in, &up, INFINITY, true},
                {&into, &ccw, 1.5f, true}};
   for (const auto& c : cases) {
     float out[7] = {9, 9, 9, 9, 9, 9, c.r};

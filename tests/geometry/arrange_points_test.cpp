@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/geometry/arrange_points.h>
-
 #include <gtest/gtest.h>
+#include <qvmath/geometry/arrange_points.h>
 
 #include <algorithm>
 #include <cmath>
@@ -18,7 +17,8 @@ namespace {
 std::vector<float> ArcRun(qvtest::TestRng& rng, int pre, int n, int post, double cx, double cy,
                           double r, double a0, double a1) {
   std::vector<float> pts;
-  for (int k = 0; k < pre; ++k) pts.push_back(float(rng.Uniform(-9, 9))), pts.push_back(float(rng.Uniform(-9, 9)));
+  for (int k = 0; k < pre; ++k)
+    pts.push_back(float(rng.Uniform(-9, 9))), pts.push_back(float(rng.Uniform(-9, 9)));
   const int mid = n / 2;
   for (int k = 0; k <= n; ++k) {
     double f = double(k) / n, rr = r;
@@ -30,7 +30,8 @@ std::vector<float> ArcRun(qvtest::TestRng& rng, int pre, int n, int post, double
     pts.push_back(float(cx + rr * std::cos(a)));
     pts.push_back(float(cy + rr * std::sin(a)));
   }
-  for (int k = 0; k < post; ++k) pts.push_back(float(rng.Uniform(-9, 9))), pts.push_back(float(rng.Uniform(-9, 9)));
+  for (int k = 0; k < post; ++k)
+    pts.push_back(float(rng.Uniform(-9, 9))), pts.push_back(float(rng.Uniform(-9, 9)));
   return pts;
 }
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/geometry/circumscribe_circle.h>
-
 #include <CGAL/Simple_cartesian.h>
+#include <qvmath/geometry/circumscribe_circle.h>
 
 #include <algorithm>
 #include <cmath>
@@ -50,14 +49,15 @@ TEST(CircumscribeCircleTest, Properties_MatchesCgalCircumcenter) {
     }
     double lambda[3];
     CircumBarycentric(td, lambda);
-    const double lmax = std::max({std::fabs(lambda[0]), std::fabs(lambda[1]), std::fabs(lambda[2])});
+    const double lmax =
+        std::max({std::fabs(lambda[0]), std::fabs(lambda[1]), std::fabs(lambda[2])});
     if (lmax > 50) continue;  // near the rejection bound the float branch may go either way
 
     const auto cg = CGAL::circumcenter(Kernel::Point_3(td[0].x(), td[0].y(), td[0].z()),
                                        Kernel::Point_3(td[1].x(), td[1].y(), td[1].z()),
                                        Kernel::Point_3(td[2].x(), td[2].y(), td[2].z()));
-    const double cgR = std::sqrt(CGAL::squared_distance(
-        cg, Kernel::Point_3(td[0].x(), td[0].y(), td[0].z())));
+    const double cgR =
+        std::sqrt(CGAL::squared_distance(cg, Kernel::Point_3(td[0].x(), td[0].y(), td[0].z())));
     // Coordinates reach |off| + scale; the weights amplify rounding by up to lmax.
     const double mag = std::fabs(off.x()) + std::fabs(off.y()) + std::fabs(off.z()) + 3 * scale;
 
@@ -102,7 +102,8 @@ TEST(CircumscribeCircleTest, Degenerate_CentreTooFarFromTheTriangle) {
                             Point3D_d(rng.Uniform(0.1, 0.9), h, 0)};
     double lambda[3];
     CircumBarycentric(t, lambda);
-    const double lmax = std::max({std::fabs(lambda[0]), std::fabs(lambda[1]), std::fabs(lambda[2])});
+    const double lmax =
+        std::max({std::fabs(lambda[0]), std::fabs(lambda[1]), std::fabs(lambda[2])});
     if (std::fabs(lmax - 1000) < 20) continue;
     Point3D_d c;
     double r = 0;

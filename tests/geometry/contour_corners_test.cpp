@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/geometry/contour_corners.h>
-
 #include <gtest/gtest.h>
+#include <qvmath/geometry/contour_corners.h>
 
 #include <algorithm>
 #include <cmath>

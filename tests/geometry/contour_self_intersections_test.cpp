@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/geometry/contour_self_intersections.h>
-
 #include <gtest/gtest.h>
+#include <qvmath/geometry/contour_self_intersections.h>
 
 #include <vector>
 

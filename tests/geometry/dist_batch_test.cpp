@@ -6,12 +6,12 @@
 #include <qvmath/geometry/dist_point_segment.h>
 #include <qvmath/geometry/dist_point_triangle.h>
 
-#include "geometry/geom_test_util.h"
-
 #include <cmath>
 #include <cstring>
 #include <limits>
 #include <vector>
+
+#include "geometry/geom_test_util.h"
 
 namespace {
 

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/geometry/dist_point_triangle.h>
-
 #include <CGAL/Simple_cartesian.h>
 #include <CGAL/squared_distance_3.h>
 #include <qvmath/geometry/detail/point_triangle.h>
+#include <qvmath/geometry/dist_point_triangle.h>
 
 #include <algorithm>
 #include <cmath>

@@ -49,9 +49,9 @@ std::array<T, 3> RandomPoint(TestRng& rng, double scale) {
 inline ::testing::AssertionResult Near3(const V3& a, const V3& b, double tol) {
   for (int i = 0; i < 3; ++i)
     if (!(std::fabs(a[i] - b[i]) <= tol))
-      return ::testing::AssertionFailure() << "(" << a[0] << ", " << a[1] << ", " << a[2]
-                                           << ") vs (" << b[0] << ", " << b[1] << ", " << b[2]
-                                           << "), tolerance " << tol;
+      return ::testing::AssertionFailure()
+             << "(" << a[0] << ", " << a[1] << ", " << a[2] << ") vs (" << b[0] << ", " << b[1]
+             << ", " << b[2] << "), tolerance " << tol;
   return ::testing::AssertionSuccess();
 }
 

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/geometry/intersect_triang_line.h>
-
 #include <CGAL/Exact_predicates_inexact_constructions_kernel.h>
 #include <CGAL/intersections.h>
+#include <qvmath/geometry/intersect_triang_line.h>
 
 #include <algorithm>
 #include <cmath>
@@ -127,8 +126,10 @@ TEST(IntersectTriangLineTest, Regions_BoundaryAndParallelCases) {
     const float* dir;
     bool hit;
     float x[3];
-  } cases[] = {{{1, 0, 5}, down, true, {1, 0, 0}},        {{0, 1, -5}, down, true, {0, 1, 0}},
-               {{0, 0, 2}, down, true, {0, 0, 0}},        {{0.5f, 0.5f, 1}, down, true, {0.5f, 0.5f, 0}},
+  } cases[] = {{{1, 0, 5}, down, true, {1, 0, 0}},
+               {{0, 1, -5}, down, true, {0, 1, 0}},
+               {{0, 0, 2}, down, true, {0, 0, 0}},
+               {{0.5f, 0.5f, 1}, down, true, {0.5f, 0.5f, 0}},
                {{0.75f, 0.5f, 3}, down, false, {0.75f, 0.5f, 0}},
                {{0.1f, 0.1f, 0}, inPlane, false, {7, 7, 7}}};
   for (const auto& c : cases) {

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/geometry/point_in_contour.h>
-
 #include <gtest/gtest.h>
+#include <qvmath/geometry/point_in_contour.h>
 
 #include <cmath>
 #include <vector>

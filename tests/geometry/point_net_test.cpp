@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/geometry/point_net.h>
-
 #include <gtest/gtest.h>
+#include <qvmath/geometry/point_net.h>
 
 #include <algorithm>
 #include <cmath>
@@ -55,7 +54,8 @@ double SampledDist2(const Matrix<Point3D>& net, const float* p) {
         }
   for (int a = -20; a <= 20; ++a)
     for (int b = -20; b <= 20; ++b) {
-      const double s = std::clamp(bs + a / 400.0, 0.0, 1.0), t = std::clamp(bt + b / 400.0, 0.0, 1.0);
+      const double s = std::clamp(bs + a / 400.0, 0.0, 1.0),
+                   t = std::clamp(bt + b / 400.0, 0.0, 1.0);
       Bilinear(net, bi, bj, s, t, q);
       best = std::min(best, Dist2(q, p));
     }
@@ -66,8 +66,10 @@ double SampledDist2(const Matrix<Point3D>& net, const float* p) {
 void ExpectProjectionMatchesSampling(const Matrix<Point3D>& net, const float* p, double cell) {
   double u = -1, v = -1;
   ProjectPointToNet(p, net, u, v);
-  ASSERT_GE(u, 0.0); ASSERT_LE(u, net.rows() - 1.0);
-  ASSERT_GE(v, 0.0); ASSERT_LE(v, net.cols() - 1.0);
+  ASSERT_GE(u, 0.0);
+  ASSERT_LE(u, net.rows() - 1.0);
+  ASSERT_GE(v, 0.0);
+  ASSERT_LE(v, net.cols() - 1.0);
   float q[3];
   getPointOnNet(float(u), float(v), net, q);
   double qd[3] = {q[0], q[1], q[2]};
@@ -82,9 +84,8 @@ void ExpectProjectionMatchesSampling(const Matrix<Point3D>& net, const float* p,
 }  // namespace
 
 TEST(PointNetTest, Regions_GetPointOnNetBranches) {
-  const Matrix<Point3D> net = MakeNet(3, 3, [](int i, int j) {
-    return Point3D(float(i), float(j), float(i * i + 3 * j));
-  });
+  const Matrix<Point3D> net =
+      MakeNet(3, 3, [](int i, int j) { return Point3D(float(i), float(j), float(i * i + 3 * j)); });
   // Inside a cell: bilinear (the centre is the mean of the four knots). The last row and
   // column are reached with a zero fraction (only that row or column is read); fractions
   // below 1e-5 snap to the knot: the quirk keeps P(i, j) exactly.
@@ -133,7 +134,8 @@ TEST(PointNetTest, Properties_NormalOfACurvedNetFollowsTheSurface) {
   const double R = 3;
   const Matrix<Point3D> net = MakeNet(12, 10, [&](int i, int j) {
     const double th = 0.5 + 0.08 * i, ph = 0.2 + 0.09 * j;  // polar and azimuth angles
-    return Point3D(R * std::sin(th) * std::cos(ph), R * std::sin(th) * std::sin(ph), R * std::cos(th));
+    return Point3D(R * std::sin(th) * std::cos(ph), R * std::sin(th) * std::sin(ph),
+                   R * std::cos(th));
   });
   for (int i = 0; i < net.rows(); ++i)
     for (int j = 0; j < net.cols(); ++j) {
@@ -148,7 +150,8 @@ TEST(PointNetTest, Properties_NormalOfACurvedNetFollowsTheSurface) {
       EXPECT_TRUE(m.x() == -n.x() && m.y() == -n.y() && m.z() == -n.z()) << i << "," << j;
     }
   // Without a cell (a single row, or a knot outside the net) the normal is zero.
-  const Matrix<Point3D> row = MakeNet(1, 4, [](int, int j) { return Point3D(float(j), 0.0f, 0.0f); });
+  const Matrix<Point3D> row =
+      MakeNet(1, 4, [](int, int j) { return Point3D(float(j), 0.0f, 0.0f); });
   for (const auto* m : {&row, &net}) {
     Point3D n(9, 9, 9);
     GetNetNormal(*m, m == &row ? 0 : 12, 1, n, true);
@@ -170,9 +173,11 @@ TEST(PointNetTest, Properties_ProjectionAgreesWithDenseSamplingOnCurvedNets) {
     return Point3D(2 * std::cos(a), 2 * std::sin(a), 0.7 * j);
   });
   for (int trial = 0; trial < 150; ++trial) {
-    const float p[3] = {float(rng.Uniform(-1, 5)), float(rng.Uniform(-1, 5)), float(rng.Uniform(-3, 3))};
+    const float p[3] = {float(rng.Uniform(-1, 5)), float(rng.Uniform(-1, 5)),
+                        float(rng.Uniform(-3, 3))};
     ExpectProjectionMatchesSampling(saddle, p, 0.7);
-    const float q[3] = {float(rng.Uniform(-1.5, 1.5)), float(rng.Uniform(-0.5, 1.8)), float(rng.Uniform(-0.5, 3.3))};
+    const float q[3] = {float(rng.Uniform(-1.5, 1.5)), float(rng.Uniform(-0.5, 1.8)),
+                        float(rng.Uniform(-0.5, 3.3))};
     ExpectProjectionMatchesSampling(cylinder, q, 0.7);
   }
 }
@@ -185,7 +190,8 @@ TEST(PointNetTest, Degenerate_ProjectionOntoSingleRowsColumnsAndKnots) {
   });
   const Matrix<Point3D> column = MakeNet(6, 1, [&](int i, int) { return row(0, i); });
   for (int trial = 0; trial < 200; ++trial) {
-    const float p[3] = {float(rng.Uniform(-3, 3)), float(rng.Uniform(-3, 3)), float(rng.Uniform(-3, 3))};
+    const float p[3] = {float(rng.Uniform(-3, 3)), float(rng.Uniform(-3, 3)),
+                        float(rng.Uniform(-3, 3))};
     double u = -1, v = -1, u2 = -1, v2 = -1;
     ProjectPointToNet(p, row, u, v);
     ProjectPointToNet(p, column, u2, v2);

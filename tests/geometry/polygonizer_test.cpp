@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/geometry/polygonizer.h>
-
 #include <gtest/gtest.h>
+#include <qvmath/geometry/polygonizer.h>
 
 #include <cmath>
 #include <functional>
@@ -74,7 +73,9 @@ Topology Analyse(const std::vector<std::array<int, 3>>& tris, const pzVertices& 
   std::set<int> used;
   std::vector<int> parent(v.count);
   std::iota(parent.begin(), parent.end(), 0);
-  std::function<int(int)> root = [&](int x) { return parent[x] == x ? x : parent[x] = root(parent[x]); };
+  std::function<int(int)> root = [&](int x) {
+    return parent[x] == x ? x : parent[x] = root(parent[x]);
+  };
   for (const auto& tri : tris)
     for (int e = 0; e < 3; ++e) {
       t.closedAndOriented &= directed.insert({tri[e], tri[(e + 1) % 3]}).second;
@@ -190,7 +191,10 @@ TEST(Polygonizer, Properties_ComponentsAndFlags) {
     return std::min(Sphere(p, {-1, 0, 0}, 0.6), Sphere(p, {1, 0.2, 0}, 0.5));
   };
   Fn two = Surface(g), cut;
-  cut.f = [&](const V3& p, int* flag) { *flag = p[0] > 1.2; return g(p); };
+  cut.f = [&](const V3& p, int* flag) {
+    *flag = p[0] > 1.2;
+    return g(p);
+  };
   const int bounds[3] = {100, 100, 100};
   struct {
     Fn* f;
@@ -201,8 +205,9 @@ TEST(Polygonizer, Properties_ComponentsAndFlags) {
   for (const auto& c : cases) {
     Mesh mesh;
     pzProcess pz;
-    const int n = c.sweep ? pz.marchingcubes(*c.f, 0.05, Point3D_d(-2, -1, -1), Point3D_d(2, 1, 1), mesh)
-                          : pz.polygonize(*c.f, 0.05, bounds, Point3D_d(-1.6, 0, 0), mesh);
+    const int n =
+        c.sweep ? pz.marchingcubes(*c.f, 0.05, Point3D_d(-2, -1, -1), Point3D_d(2, 1, 1), mesh)
+                : pz.polygonize(*c.f, 0.05, bounds, Point3D_d(-1.6, 0, 0), mesh);
     ASSERT_GT(n, 0);
     const Topology t = Analyse(mesh.tris, pz.vertices(), g);
     EXPECT_EQ(t.wrongFaces, 0);

@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/geometry/projector_to_polyline.h>
-
 #include <gtest/gtest.h>
+#include <qvmath/geometry/dist_point_segment.h>
+#include <qvmath/geometry/projector_to_polyline.h>
 
 #include <cfloat>
 #include <cmath>
 #include <vector>
-
-#include <qvmath/geometry/dist_point_segment.h>
 
 #include "test_util.h"
 
@@ -50,9 +48,10 @@ TEST(CProjectorToPolylineTest, Properties_SameAnswerAsTheFullSegmentScan) {
     for (int query = 0; query < 50; ++query) {
       const Point3D_d& near = v[rng.Int(0, n - 1)];
       const double r = step * std::pow(10.0, rng.Uniform(-6, 2));
-      const Point3D_d p = query % 5 == 0 ? near  // exactly on a vertex
-                                         : Point3D_d(near.x() + rng.Uniform(-r, r), near.y() + rng.Uniform(-r, r),
-                                                     near.z() + rng.Uniform(-r, r));
+      const Point3D_d p =
+          query % 5 == 0 ? near  // exactly on a vertex
+                         : Point3D_d(near.x() + rng.Uniform(-r, r), near.y() + rng.Uniform(-r, r),
+                                     near.z() + rng.Uniform(-r, r));
       double best = DBL_MAX, bestParam = 0;
       int seg = 0;
       for (int i = 1; i < n; ++i) {

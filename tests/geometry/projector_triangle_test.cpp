@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/geometry/projector_triangle.h>
-
-#include <gtest/gtest.h>
-
 #include <CGAL/Simple_cartesian.h>
+#include <gtest/gtest.h>
+#include <qvmath/geometry/projector_triangle.h>
 
 #include <algorithm>
 #include <cmath>
@@ -69,11 +67,10 @@ TEST(CProjectorTriangleTest, Degenerate_ZeroAreaTrianglesMeasureTheirEdges) {
   qvtest::TestRng rng(5383);
   SCOPED_TRACE(rng.Trace());
   // Collinear vertices in any order, two coincident vertices, all three coincident.
-  const Point3D sets[4][3] = {
-      {Point3D(0, 0, 0), Point3D(1, 1, 1), Point3D(3, 3, 3)},
-      {Point3D(1, 1, 1), Point3D(-1, 2, 0), Point3D(0, 1.5f, 0.5f)},
-      {Point3D(1, 2, 3), Point3D(1, 2, 3), Point3D(4, 0, 3)},
-      {Point3D(1, 2, 3), Point3D(1, 2, 3), Point3D(1, 2, 3)}};
+  const Point3D sets[4][3] = {{Point3D(0, 0, 0), Point3D(1, 1, 1), Point3D(3, 3, 3)},
+                              {Point3D(1, 1, 1), Point3D(-1, 2, 0), Point3D(0, 1.5f, 0.5f)},
+                              {Point3D(1, 2, 3), Point3D(1, 2, 3), Point3D(4, 0, 3)},
+                              {Point3D(1, 2, 3), Point3D(1, 2, 3), Point3D(1, 2, 3)}};
   for (const auto& tri : sets) {
     CProjectorTriangle pt(tri[0], tri[1], tri[2]);
     for (int q = 0; q < 200; ++q) {

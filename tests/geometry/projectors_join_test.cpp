@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/geometry/projectors_join.h>
-
 #include <gtest/gtest.h>
+#include <qvmath/geometry/projectors_join.h>
 
 using REmath::Point3D_d;
 
@@ -28,7 +27,7 @@ TEST(CProjectorsJoinTest, Regions_NearestWinsAndTiesGoToTheEarliest) {
   join.AddProjectorWithOwnerShip(new Fixed(Point3D_d(3, 0, 0), true));
   join.AddProjectorWithOwnerShip(new Fixed(Point3D_d(0, 1, 0), true));   // nearer
   join.AddProjectorWithOwnerShip(new Fixed(Point3D_d(0, -1, 0), true));  // as near
-  join.AddProjectorWithOwnerShip(nullptr);                                              // ignored
+  join.AddProjectorWithOwnerShip(nullptr);                               // ignored
   EXPECT_EQ(join.GetProjectorsCount(), 3u);
   Point3D_d q;
   ASSERT_TRUE(join.projectPoint(Point3D_d(0, 0, 0), q));
@@ -42,7 +41,8 @@ TEST(CProjectorsJoinTest, Degenerate_AllFailingOrEmptyLeavesQ) {
   join.AddProjectorWithOwnerShip(new Fixed(Point3D_d(1, 1, 1), false));
   join.AddProjectorWithOwnerShip(new Fixed(Point3D_d(2, 2, 2), false));
   EXPECT_FALSE(join.projectPoint(Point3D_d(0, 0, 0), q));
-  EXPECT_EQ(q.x(), 7.0); EXPECT_EQ(q.z(), 9.0);
+  EXPECT_EQ(q.x(), 7.0);
+  EXPECT_EQ(q.z(), 9.0);
   // A failing projector before a succeeding one does not hide it.
   join.AddProjectorWithOwnerShip(new Fixed(Point3D_d(5, 5, 5), true));
   ASSERT_TRUE(join.projectPoint(Point3D_d(0, 0, 0), q));

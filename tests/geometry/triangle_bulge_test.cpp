@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/geometry/triangle_bulge.h>
-
 #include <gtest/gtest.h>
+#include <qvmath/geometry/triangle_bulge.h>
 
 #include <cmath>
 

@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/infra/binary_stream.h>
-
 #include <gtest/gtest.h>
+#include <qvmath/infra/binary_stream.h>
+#include <qvmath/platform/korva_exception.h>
+#include <qvmath/platform/temp_file.h>
 
 #include <cstdint>
 #include <cstdio>
 #include <string>
 #include <vector>
-
-#include <qvmath/platform/korva_exception.h>
-#include <qvmath/platform/temp_file.h>
 
 #include "failing_file.h"
 #include "test_util.h"
@@ -62,7 +60,7 @@ TEST(FileBinaryStreamTest, Failure_ExactMessages) {
   stream.writeData(3, three);
   stream.skipReadData(-3);
   unsigned char buf[4];
-  EXPECT_EQ(KorvaText([&] { stream.readData(4, buf); }), kReadText);  // short read
+  EXPECT_EQ(KorvaText([&] { stream.readData(4, buf); }), kReadText);     // short read
   EXPECT_EQ(KorvaText([&] { stream.skipReadData(-1000); }), kReadText);  // before the start
 
   CFileBinaryStream none(nullptr);

@@ -299,7 +299,7 @@ TEST(BlockProcessor, Properties_RepeatedRandomRuns) {
     if (fault == 0) p.throwAt = at;
     if (fault == 1) p.resultCode[at] = 3;
     if (fault == 2) p.abortAt = at;
-    p.SetUserBreak(at % 2 == 1);  // an abort then reports code 10 instead of -1
+    p.SetUserBreak(at % 2 == 1);            // an abort then reports code 10 instead of -1
     if (fault == 3) p.resultCode[at] = 10;  // the worker asks to stop
     if (fault == 4 && !counted) fault = 9;
     if (fault == 4) rec.stopFrom = rng.Int(1, 100);  // the host cancels through the counter

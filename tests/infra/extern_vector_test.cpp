@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/infra/extern_vector.h>
-
+#include <dirent.h>
+#include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <qvmath/infra/extern_vector.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -14,10 +16,6 @@
 #include <stdexcept>
 #include <string>
 #include <vector>
-
-#include <dirent.h>
-#include <dlfcn.h>
-#include <unistd.h>
 
 #include "test_util.h"
 
@@ -142,7 +140,8 @@ TEST_F(ExternVectorTest, Properties_RandomOperationsMatchAnInMemoryOracle) {
       const int op = rng.Int(0, 99);
       const unsigned int size = static_cast<unsigned int>(file.size());
       if (op < 6) {  // resize
-        const unsigned int count = static_cast<unsigned int>(rng.Int(0, static_cast<int>(maxCount)));
+        const unsigned int count =
+            static_cast<unsigned int>(rng.Int(0, static_cast<int>(maxCount)));
         const bool withFill = rng.Int(0, 3) != 0;
         const Bytes fill = randomBytes();
         v->resize(count, withFill ? fill.data() : nullptr);
@@ -156,7 +155,8 @@ TEST_F(ExternVectorTest, Properties_RandomOperationsMatchAnInMemoryOracle) {
         }
         file.resize(count, withFill ? fill : Bytes());
       } else if (op < 8) {  // reserve
-        const unsigned int count = static_cast<unsigned int>(rng.Int(0, static_cast<int>(maxCount)));
+        const unsigned int count =
+            static_cast<unsigned int>(rng.Int(0, static_cast<int>(maxCount)));
         v->reserve(count);
         expectedCapacity = std::max(expectedCapacity, count);
       } else if (op < 10 && !dropped.empty()) {  // release of a dropped lock: no effect

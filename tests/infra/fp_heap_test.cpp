@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/infra/fp_heap.h>
-
 #include <gtest/gtest.h>
+#include <qvmath/infra/fp_heap.h>
 
 #include <set>
 #include <stdexcept>

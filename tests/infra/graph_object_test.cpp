@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/infra/graph_object.h>
-
 #include <gtest/gtest.h>
+#include <qvmath/infra/graph_object.h>
 
 #include <vector>
 

@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/infra/inner_header_wrapper.h>
-
 #include <gtest/gtest.h>
+#include <qvmath/infra/binary_stream.h>
+#include <qvmath/infra/file_errors.h>
+#include <qvmath/infra/inner_header_wrapper.h>
+#include <qvmath/platform/korva_exception.h>
 
 #include <cstdint>
 #include <string>
 #include <vector>
-
-#include <qvmath/infra/binary_stream.h>
-#include <qvmath/infra/file_errors.h>
-#include <qvmath/platform/korva_exception.h>
 
 #include "failing_file.h"
 #include "infra/stream_test_util.h"
@@ -50,8 +48,9 @@ TEST(InnerHeaderWrapperTest, Format_HeaderBytesExactly) {
   EXPECT_EQ(wrapper.Save(), 133);
   EXPECT_EQ(stream.getPosition(), 133);  // left at the end of the payload
   // Magic, payload length (8 bytes), version (4), mark (30), zeros up to 128, payload.
-  std::vector<unsigned char> expected = {'K', 'v', 'C', 'm', 'p', 'W', 'r', 'p', 0, 0, 5, 0, 0, 0,
-                                         0, 0, 0, 0, 4, 3, 2, 1, 'M', 'e', 's', 'h'};
+  std::vector<unsigned char> expected = {'K', 'v', 'C', 'm', 'p', 'W', 'r', 'p', 0,
+                                         0,   5,   0,   0,   0,   0,   0,   0,   0,
+                                         4,   3,   2,   1,   'M', 'e', 's', 'h'};
   expected.resize(128, 0);
   expected.insert(expected.end(), {9, 8, 7, 6, 5});
   EXPECT_EQ(stream.Bytes(), expected);
@@ -88,9 +87,9 @@ TEST(InnerHeaderWrapperTest, RoundTrip_KnownBlocksLoadUnknownOnesAreSkippedAndLo
 
   EXPECT_EQ(CInnerHeaderWrapper(&readA, &log, L"a").Load(logger), 1128);
   EXPECT_EQ(readA.loaded, big);
-  EXPECT_EQ(CInnerHeaderWrapper(&readB3, &log, L"b").Load(logger), 165);   // other version
+  EXPECT_EQ(CInnerHeaderWrapper(&readB3, &log, L"b").Load(logger), 165);    // other version
   EXPECT_EQ(CInnerHeaderWrapper(stream, &log, L"stub").Load(logger), 128);  // skip-only
-  EXPECT_EQ(CInnerHeaderWrapper(&readX, &log, L"").Load(logger), 131);     // other mark
+  EXPECT_EQ(CInnerHeaderWrapper(&readX, &log, L"").Load(logger), 131);      // other mark
   EXPECT_EQ(CInnerHeaderWrapper(&readInWrap, &log, L"outer").Load(logger), 260);
   EXPECT_EQ(readIn.loaded, (std::vector<unsigned char>{4, 4, 4, 4}));
   EXPECT_EQ(stream.getPosition(), written);
@@ -107,7 +106,8 @@ TEST(InnerHeaderWrapperTest, Quirk_MarkLongerThan29NeverMatchesOnLoad) {
   PayloadFilter sub(stream, longMark, 0, {1, 2});
   CInnerHeaderWrapper(&sub, nullptr, L"long").Save();
   const std::vector<unsigned char>& b = stream.Bytes();
-  EXPECT_EQ(std::string(b.begin() + 22, b.begin() + 52), longMark.substr(0, 29) + '\0');  // cut, terminated
+  EXPECT_EQ(std::string(b.begin() + 22, b.begin() + 52),
+            longMark.substr(0, 29) + '\0');  // cut, terminated
   stream.Rewind();
   RecordingLog log;
   qvtest::NullDeltaLogger logger;
@@ -145,7 +145,8 @@ TEST(InnerHeaderWrapperTest, Rejected_UnrecognisedHeadersAndWrongCounts) {
   afterTerminator[9] = 'X';
   EXPECT_EQ(loadFrom(afterTerminator, 3), 131);
   // Length -1 (save never completed) and lengths beyond any writer are rejected.
-  for (std::uint64_t length : {~std::uint64_t{0}, std::uint64_t{1} << 40, std::uint64_t{0x80000000}}) {
+  for (std::uint64_t length :
+       {~std::uint64_t{0}, std::uint64_t{1} << 40, std::uint64_t{0x80000000}}) {
     std::vector<unsigned char> bad = bytes;
     for (int i = 0; i < 8; ++i) bad[10 + i] = static_cast<unsigned char>(length >> (8 * i));
     EXPECT_THROW(loadFrom(bad, 3), KvF::CUnknownFormatError);

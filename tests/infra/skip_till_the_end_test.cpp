@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/infra/skip_till_the_end.h>
-
 #include <gtest/gtest.h>
+#include <qvmath/infra/skip_till_the_end.h>
 
 #include <vector>
 

@@ -80,8 +80,11 @@ class PayloadFilter : public KvF::IComponentFilter {
  public:
   PayloadFilter(IKorvaBinaryStream& stream, std::string mark, int version,
                 std::vector<unsigned char> payload = {})
-      : payload(std::move(payload)), loadSize(this->payload.size()), m_stream(&stream),
-        m_mark(std::move(mark)), m_version(version) {}
+      : payload(std::move(payload)),
+        loadSize(this->payload.size()),
+        m_stream(&stream),
+        m_mark(std::move(mark)),
+        m_version(version) {}
 
   std::vector<unsigned char> payload;
   std::size_t loadSize;

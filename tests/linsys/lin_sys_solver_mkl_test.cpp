@@ -2,7 +2,6 @@
 #include <qvmath/linsys/lin_sys_solver_mkl.h>
 
 #include <Eigen/Dense>
-
 #include <algorithm>
 #include <climits>
 #include <cmath>
@@ -99,27 +98,36 @@ TYPED_TEST_SUITE(LinSysSolverMKLTest, ScalarTypes);
 // misuse: it fails without calling any receiver, and the flag stays clear.
 TYPED_TEST(LinSysSolverMKLTest, Degenerate_MisuseSpoilsForGoodSingularFails) {
   using T = TypeParam;
-  const std::vector<Scenario> misuse = {
-      {"third equation",
-       {{kFree, 10}, {kFixed, 30}, {kFree, 20}, {kEquation, 0}, {kEquation, 1}, {kEquation, 1}}},
-      {"fixed vertex declared free", {{kFixed, 30}, {kFree, 30}}},
-      {"free vertex declared fixed", {{kFree, 10}, {kFixed, 10}}},
-      {"free vertex twice", {{kFree, 10}, {kFree, 10}}},
-      {"free vertex after an equation", {{kFree, 10}, {kFree, 20}, {kEquation, 1}, {kFree, 40}}},
-      // Undeclared identifiers above, between and (scattered table) among the declared.
-      {"undeclared vertex", {{kFree, 10}, {kFree, 20}, {kEquation, 2}}},
-      {"undeclared vertex in a gap", {{kFree, 10}, {kFree, 20}, {kEquation, 8}}},
-      {"undeclared scattered vertex",
-       {{kFree, 10}, {kFree, 20}, {kFixed, 2000000000}, {kEquation, 2}}},
-      // Unlike evaluation, a zero term of an undeclared vertex counts here.
-      {"undeclared vertex with coefficient 0", {{kFree, 10}, {kFree, 20}, {kEquation, 3}}},
-      {"equation without free vertices", {{kFixed, 30}, {kEquation, 4}}},
-      {"equation in an empty system", {{kEquation, 5}}},
-  }, singular = {
-      {"identical equations", {{kEquation, 0}, {kEquation, 0}}},
-      {"free vertex in no equation", {{kEquation, 6}, {kEquation, 7}}},
-      {"empty equation", {{kEquation, 0}, {kEquation, 5}}},
-  };
+  const std::vector<Scenario>
+      misuse =
+          {
+              {"third equation",
+               {{kFree, 10},
+                {kFixed, 30},
+                {kFree, 20},
+                {kEquation, 0},
+                {kEquation, 1},
+                {kEquation, 1}}},
+              {"fixed vertex declared free", {{kFixed, 30}, {kFree, 30}}},
+              {"free vertex declared fixed", {{kFree, 10}, {kFixed, 10}}},
+              {"free vertex twice", {{kFree, 10}, {kFree, 10}}},
+              {"free vertex after an equation",
+               {{kFree, 10}, {kFree, 20}, {kEquation, 1}, {kFree, 40}}},
+              // Undeclared identifiers above, between and (scattered table) among the declared.
+              {"undeclared vertex", {{kFree, 10}, {kFree, 20}, {kEquation, 2}}},
+              {"undeclared vertex in a gap", {{kFree, 10}, {kFree, 20}, {kEquation, 8}}},
+              {"undeclared scattered vertex",
+               {{kFree, 10}, {kFree, 20}, {kFixed, 2000000000}, {kEquation, 2}}},
+              // Unlike evaluation, a zero term of an undeclared vertex counts here.
+              {"undeclared vertex with coefficient 0", {{kFree, 10}, {kFree, 20}, {kEquation, 3}}},
+              {"equation without free vertices", {{kFixed, 30}, {kEquation, 4}}},
+              {"equation in an empty system", {{kEquation, 5}}},
+          },
+      singular = {
+          {"identical equations", {{kEquation, 0}, {kEquation, 0}}},
+          {"free vertex in no equation", {{kEquation, 6}, {kEquation, 7}}},
+          {"empty equation", {{kEquation, 0}, {kEquation, 5}}},
+      };
   for (const auto* list : {&misuse, &singular})
     for (const auto& [name, steps] : *list) {
       SCOPED_TRACE(name);

@@ -58,8 +58,12 @@ TYPED_TEST(VertexLinearCombinationTest, Properties_EntriesMatchDenseAccumulation
   lc.AddVertex(5, T(-1));  // cancels to an entry (5, 0), which stays; absent 7 reads 0, unstored
   EXPECT_TRUE(lc.VertexCoeff(7) == T(0) && EntriesOf(lc) == (Entries<T>{{5, T(0)}}));
   for (int v : {9, 2, INT_MAX, INT_MIN, -1}) lc.AddVertex(v, T(v % 7));
-  EXPECT_EQ(EntriesOf(lc), (Entries<T>{{INT_MIN, T(INT_MIN % 7)}, {-1, T(-1)}, {2, T(2)},
-                                       {5, T(0)}, {9, T(2)}, {INT_MAX, T(INT_MAX % 7)}}));
+  EXPECT_EQ(EntriesOf(lc), (Entries<T>{{INT_MIN, T(INT_MIN % 7)},
+                                       {-1, T(-1)},
+                                       {2, T(2)},
+                                       {5, T(0)},
+                                       {9, T(2)},
+                                       {INT_MAX, T(INT_MAX % 7)}}));
   lc *= T(0);  // every entry stays, with coefficient 0, and none reaches the informer
   EXPECT_TRUE(EntriesOf(lc).size() == 6u &&
               EvaluateLinCombination(lc, TableInformer<T>({})) == T(0));

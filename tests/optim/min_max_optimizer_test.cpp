@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/optim/min_max_optimizer.h>
-
 #include <gtest/gtest.h>
+#include <qvmath/optim/min_max_optimizer.h>
 
 #include <cmath>
 #include <functional>
@@ -117,8 +116,8 @@ TEST(MinMaxOptimizerTest, Regions_VanishingGradientFallsBackAndProjectorActsFirs
   Fn flat([](const Point3D_d&) { return 0.0; });
   Fn ramp = Plane(Point3D_d(0.5, 0, 0), 5.0);  // |d| < 1: diagonal/|d| reaches past the face
   Projector rec;
-  CMinMaxTask task({&flat, &ramp}, Point3D_d(0, 0, 0), Point3D_d(-1, -1, -1),
-                   Point3D_d(1, 1, 1), &rec);
+  CMinMaxTask task({&flat, &ramp}, Point3D_d(0, 0, 0), Point3D_d(-1, -1, -1), Point3D_d(1, 1, 1),
+                   &rec);
   const Point3D_d x = Solve(task, CMinMaxParams());
   ASSERT_EQ(rec.trials.size(), 3u);
   EXPECT_TRUE(std::abs(rec.trials[0].m_x - 0.98) < 1e-12 &&
@@ -220,8 +219,8 @@ TEST(MinMaxOptimizerTest, Properties_NaNValuesAreNeverAccepted) {
   CMinMaxParams params;
   params.SetMaxIter(30);
   params.SetMaxGradientMoveAttempts(10);
-  const Point3D_d x = Solve(
-      CMinMaxTask({&partial}, Point3D_d(0, 0, 0), Point3D_d(-3, -3, -3), Point3D_d(3, 3, 3)),
-      params);
+  const Point3D_d x =
+      Solve(CMinMaxTask({&partial}, Point3D_d(0, 0, 0), Point3D_d(-3, -3, -3), Point3D_d(3, 3, 3)),
+            params);
   EXPECT_TRUE(x.m_x <= 0.5 && x.m_x > 0.0) << x.m_x;
 }

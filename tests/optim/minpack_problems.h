@@ -180,8 +180,7 @@ struct LmdifFn : REmath::LmdifFunctor, Evaluator {
 };
 struct LmderFn : REmath::LmderFunctor, Evaluator {
   using Evaluator::Evaluator;
-  void operator()(int*, int*, double* x, double* f, double* j, int* ld,
-                  int* iflag) const override {
+  void operator()(int*, int*, double* x, double* f, double* j, int* ld, int* iflag) const override {
     *iflag = Eval(Form::Jacobian, x, f, j, *ld, *iflag);
   }
 };
@@ -202,8 +201,7 @@ inline int PeerHybrj(void* p, int, const double* x, double* f, double* j, int ld
 inline int PeerLmdif(void* p, int, int, const double* x, double* f, int iflag) {
   return static_cast<Evaluator*>(p)->Eval(Form::Values, x, f, nullptr, 0, iflag);
 }
-inline int PeerLmder(void* p, int, int, const double* x, double* f, double* j, int ld,
-                     int iflag) {
+inline int PeerLmder(void* p, int, int, const double* x, double* f, double* j, int ld, int iflag) {
   return static_cast<Evaluator*>(p)->Eval(Form::Jacobian, x, f, j, ld, iflag);
 }
 inline int PeerLmstr(void* p, int, int, const double* x, double* f, double* row, int iflag) {

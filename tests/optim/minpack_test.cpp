@@ -134,13 +134,13 @@ TEST(MinpackTest, Properties_FullDriversReachOptimaWithMinimalArrays) {
   check(dif.counts, "lmdif");
   LmderFn der(p);
   REmath::lmder_(der, &m, &n, x.data(), f.data(), fjac.data(), &ld, &ftol, &xtol, &gtol, &maxfev,
-                 diag.data(), &mode, &factor, &nprint, &info, &nfev, &njev, ipvt.data(),
-                 qtf.data(), w1.data(), w2.data(), w3.data(), w4.data());
+                 diag.data(), &mode, &factor, &nprint, &info, &nfev, &njev, ipvt.data(), qtf.data(),
+                 w1.data(), w2.data(), w3.data(), w4.data());
   check(der.counts, "lmder");
   LmstrFn str(p);
-  REmath::lmstr_(str, &m, &n, x.data(), f.data(), fjac.data(), &ldStr, &ftol, &xtol, &gtol,
-                 &maxfev, diag.data(), &mode, &factor, &nprint, &info, &nfev, &njev, ipvt.data(),
-                 qtf.data(), w1.data(), w2.data(), w3.data(), w4.data());
+  REmath::lmstr_(str, &m, &n, x.data(), f.data(), fjac.data(), &ldStr, &ftol, &xtol, &gtol, &maxfev,
+                 diag.data(), &mode, &factor, &nprint, &info, &nfev, &njev, ipvt.data(), qtf.data(),
+                 w1.data(), w2.data(), w3.data(), w4.data());
   check(str.counts, "lmstr");
 }
 

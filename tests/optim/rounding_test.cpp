@@ -87,10 +87,10 @@ TEST(RoundingTest, Regression_NonFiniteHugeAndOutOfIntRangeInput) {
   // fRound4(max): 1.7977e308 is beyond the double range, x unchanged; fRoundN removes
   // nothing past 17 digits.
   const double got[] = {
-      fRound4(inf),          fRoundN(-inf, 3),        fRoundN(nan, 3),        fRound4(big),
-      fRoundN(1.5, 320),     fRoundN(0.1, 16),        fRoundN(0.1, INT_MAX),  fRound2(1e8),
-      fRound2(-3e9 - 0.004), fRound2(nan),            fRound2(-inf),          mul(2, INT_MAX),
-      mul(-2, INT_MAX),      mul(nan, 7),             scaled(1.0, INT_MIN),   scaled(1.0, INT_MAX)};
+      fRound4(inf),          fRoundN(-inf, 3), fRoundN(nan, 3),       fRound4(big),
+      fRoundN(1.5, 320),     fRoundN(0.1, 16), fRoundN(0.1, INT_MAX), fRound2(1e8),
+      fRound2(-3e9 - 0.004), fRound2(nan),     fRound2(-inf),         mul(2, INT_MAX),
+      mul(-2, INT_MAX),      mul(nan, 7),      scaled(1.0, INT_MIN),  scaled(1.0, INT_MAX)};
   const double want[] = {inf,  -inf, nan,  big,     1.5,     0.1, 0.1, 1e8,
                          -3e9, nan,  -inf, INT_MAX, INT_MIN, 7,   0.0, inf};
   for (int k = 0; k < 16; ++k) {

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/platform/auto_reset_event.h>
-
 #include <gtest/gtest.h>
+#include <qvmath/platform/auto_reset_event.h>
 
 #include <atomic>
 #include <chrono>
@@ -22,8 +21,7 @@ TEST(AutoResetEventTest, Semantics_OneSignalReleasesExactlyOneWait) {
   CKorvaAutoResetEvent shared;
   std::atomic<int> woken{0};
   std::vector<std::thread> waiters;
-  for (int i = 0; i < 3; ++i)
-    waiters.emplace_back([&] { woken += shared.Wait(10000); });
+  for (int i = 0; i < 3; ++i) waiters.emplace_back([&] { woken += shared.Wait(10000); });
   for (int expected = 1; expected <= 3; ++expected) {
     shared.Set();
     const auto deadline = Clock::now() + std::chrono::seconds(10);

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+#include <qvmath/platform/cpu_config.h>
 #include <qvmath/platform/crit_section.h>
 #include <qvmath/platform/korva_exception.h>
-#include <qvmath/platform/cpu_config.h>
-
-#include <gtest/gtest.h>
 
 #include <atomic>
 #include <cstring>

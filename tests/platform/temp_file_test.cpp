@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/platform/temp_file.h>
-
+#include <dirent.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <qvmath/platform/temp_file.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -9,10 +11,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
-
-#include <dirent.h>
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace {
 

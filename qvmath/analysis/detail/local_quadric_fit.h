@@ -10,17 +10,17 @@ namespace REmath {
 namespace detail {
 
 struct LocalQuadricOptions {
-  bool weighted = true;      // weights 1/max(d², floor²); false: equal weights
-  float minDist = 0.01f;     // the floor of the weights
-  bool freeTerm = false;     // fit the free term K
-  bool force2 = false;       // second order even for nearly flat neighbourhoods
-  bool footOrigin = false;   // origin on a first fit's surface over pts[0] (else pts[0])
+  bool weighted = true;     // weights 1/max(d², floor²); false: equal weights
+  float minDist = 0.01f;    // the floor of the weights
+  bool freeTerm = false;    // fit the free term K
+  bool force2 = false;      // second order even for nearly flat neighbourhoods
+  bool footOrigin = false;  // origin on a first fit's surface over pts[0] (else pts[0])
 };
 
 struct LocalQuadricResult {
-  CQuadraticForm quad;       // in coordinates p − origin, world axes
-  double origin[3];          // world
-  double normal[3];          // unit
+  CQuadraticForm quad;  // in coordinates p − origin, world axes
+  double origin[3];     // world
+  double normal[3];     // unit
   float aniso;
   double rms;
 };

@@ -4,9 +4,9 @@
 // eigenvalue after `tred2_d`/`tqli_d`. Not installed.
 #pragma once
 
-#include <cstddef>
-
 #include <qvmath/core/tridiag_eigen.h>
+
+#include <cstddef>
 
 namespace REmath {
 namespace detail {

@@ -116,8 +116,7 @@ struct EquilibratedCholesky {
 // Symmetrises ne, factors it without dropping and solves it into x unless its reciprocal
 // condition number is below minRcond (or NaN). rcond receives that number either way.
 template <int M>
-inline bool SolveIfConditioned(NormalEquations<M>& ne, double minRcond, double* x,
-                               double& rcond) {
+inline bool SolveIfConditioned(NormalEquations<M>& ne, double minRcond, double* x, double& rcond) {
   ne.Symmetrise();
   EquilibratedCholesky<M> ch;
   ch.Factor(ne.G, 0.0);

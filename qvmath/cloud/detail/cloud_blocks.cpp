@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 #include <qvmath/cloud/detail/cloud_blocks.h>
-
 #include <qvmath/infra/block_processor.h>
 #include <qvmath/infra/block_structure.h>
 #include <qvmath/infra/block_worker.h>
@@ -32,7 +31,8 @@ class Ranges : public BlockProc::CBlockStructure {
       m_ranges.push_back(r);
     }
   }
-  BlockProc::IKorvaFragmentDescriptor_Old* Next(BlockProc::IKorvaFragmentDescriptor_Old* d) override {
+  BlockProc::IKorvaFragmentDescriptor_Old* Next(
+      BlockProc::IKorvaFragmentDescriptor_Old* d) override {
     const int i = static_cast<Range*>(d)->index + 1;
     return i < int(m_ranges.size()) ? &m_ranges[std::size_t(i)] : nullptr;
   }
@@ -67,7 +67,8 @@ class Worker : public BlockProc::CBlockWorker {
     m_kernel.ProcessRange(r.begin, r.end, m_slot);
     return 0;
   }
-  void FinishBlock(BlockProc::IKorvaFragmentDescriptor_Old&, BlockProc::IKorvaFragment_Old*) override {}
+  void FinishBlock(BlockProc::IKorvaFragmentDescriptor_Old&,
+                   BlockProc::IKorvaFragment_Old*) override {}
 
  private:
   IBlockKernel& m_kernel;

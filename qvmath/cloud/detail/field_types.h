@@ -29,13 +29,17 @@ inline bool IsWritableFieldName(const std::string& name) {
 inline int FieldTypeSize(ECloudFieldType t) {
   switch (t) {
     case ECloudFieldType::Int8:
-    case ECloudFieldType::UInt8: return 1;
+    case ECloudFieldType::UInt8:
+      return 1;
     case ECloudFieldType::Int16:
-    case ECloudFieldType::UInt16: return 2;
+    case ECloudFieldType::UInt16:
+      return 2;
     case ECloudFieldType::Int32:
     case ECloudFieldType::UInt32:
-    case ECloudFieldType::Float32: return 4;
-    case ECloudFieldType::Float64: return 8;
+    case ECloudFieldType::Float32:
+      return 4;
+    case ECloudFieldType::Float64:
+      return 8;
   }
   return 0;
 }
@@ -43,14 +47,22 @@ inline int FieldTypeSize(ECloudFieldType t) {
 // The classic PLY spelling, which every reader understands.
 inline const char* FieldTypeName(ECloudFieldType t) {
   switch (t) {
-    case ECloudFieldType::Int8: return "char";
-    case ECloudFieldType::UInt8: return "uchar";
-    case ECloudFieldType::Int16: return "short";
-    case ECloudFieldType::UInt16: return "ushort";
-    case ECloudFieldType::Int32: return "int";
-    case ECloudFieldType::UInt32: return "uint";
-    case ECloudFieldType::Float32: return "float";
-    case ECloudFieldType::Float64: return "double";
+    case ECloudFieldType::Int8:
+      return "char";
+    case ECloudFieldType::UInt8:
+      return "uchar";
+    case ECloudFieldType::Int16:
+      return "short";
+    case ECloudFieldType::UInt16:
+      return "ushort";
+    case ECloudFieldType::Int32:
+      return "int";
+    case ECloudFieldType::UInt32:
+      return "uint";
+    case ECloudFieldType::Float32:
+      return "float";
+    case ECloudFieldType::Float64:
+      return "double";
   }
   return "float";
 }
@@ -83,14 +95,43 @@ inline double DecodeValue(const unsigned char* p, ECloudFieldType t, bool swap) 
   const int n = FieldTypeSize(t);
   for (int i = 0; i < n; ++i) b[i] = swap ? p[n - 1 - i] : p[i];
   switch (t) {
-    case ECloudFieldType::Int8: { std::int8_t v; std::memcpy(&v, b, 1); return v; }
-    case ECloudFieldType::UInt8: return b[0];
-    case ECloudFieldType::Int16: { std::int16_t v; std::memcpy(&v, b, 2); return v; }
-    case ECloudFieldType::UInt16: { std::uint16_t v; std::memcpy(&v, b, 2); return v; }
-    case ECloudFieldType::Int32: { std::int32_t v; std::memcpy(&v, b, 4); return v; }
-    case ECloudFieldType::UInt32: { std::uint32_t v; std::memcpy(&v, b, 4); return v; }
-    case ECloudFieldType::Float32: { float v; std::memcpy(&v, b, 4); return v; }
-    case ECloudFieldType::Float64: { double v; std::memcpy(&v, b, 8); return v; }
+    case ECloudFieldType::Int8: {
+      std::int8_t v;
+      std::memcpy(&v, b, 1);
+      return v;
+    }
+    case ECloudFieldType::UInt8:
+      return b[0];
+    case ECloudFieldType::Int16: {
+      std::int16_t v;
+      std::memcpy(&v, b, 2);
+      return v;
+    }
+    case ECloudFieldType::UInt16: {
+      std::uint16_t v;
+      std::memcpy(&v, b, 2);
+      return v;
+    }
+    case ECloudFieldType::Int32: {
+      std::int32_t v;
+      std::memcpy(&v, b, 4);
+      return v;
+    }
+    case ECloudFieldType::UInt32: {
+      std::uint32_t v;
+      std::memcpy(&v, b, 4);
+      return v;
+    }
+    case ECloudFieldType::Float32: {
+      float v;
+      std::memcpy(&v, b, 4);
+      return v;
+    }
+    case ECloudFieldType::Float64: {
+      double v;
+      std::memcpy(&v, b, 8);
+      return v;
+    }
   }
   return 0.0;
 }
@@ -107,14 +148,44 @@ inline void EncodeValue(double v, ECloudFieldType t, bool swap, unsigned char* p
   unsigned char b[8];
   const int n = FieldTypeSize(t);
   switch (t) {
-    case ECloudFieldType::Int8: { auto x = std::int8_t(ClampRound(v, -128, 127)); std::memcpy(b, &x, 1); break; }
-    case ECloudFieldType::UInt8: { auto x = std::uint8_t(ClampRound(v, 0, 255)); std::memcpy(b, &x, 1); break; }
-    case ECloudFieldType::Int16: { auto x = std::int16_t(ClampRound(v, -32768, 32767)); std::memcpy(b, &x, 2); break; }
-    case ECloudFieldType::UInt16: { auto x = std::uint16_t(ClampRound(v, 0, 65535)); std::memcpy(b, &x, 2); break; }
-    case ECloudFieldType::Int32: { auto x = std::int32_t(ClampRound(v, -2147483648.0, 2147483647.0)); std::memcpy(b, &x, 4); break; }
-    case ECloudFieldType::UInt32: { auto x = std::uint32_t(ClampRound(v, 0, 4294967295.0)); std::memcpy(b, &x, 4); break; }
-    case ECloudFieldType::Float32: { float x = float(v); std::memcpy(b, &x, 4); break; }
-    case ECloudFieldType::Float64: std::memcpy(b, &v, 8); break;
+    case ECloudFieldType::Int8: {
+      auto x = std::int8_t(ClampRound(v, -128, 127));
+      std::memcpy(b, &x, 1);
+      break;
+    }
+    case ECloudFieldType::UInt8: {
+      auto x = std::uint8_t(ClampRound(v, 0, 255));
+      std::memcpy(b, &x, 1);
+      break;
+    }
+    case ECloudFieldType::Int16: {
+      auto x = std::int16_t(ClampRound(v, -32768, 32767));
+      std::memcpy(b, &x, 2);
+      break;
+    }
+    case ECloudFieldType::UInt16: {
+      auto x = std::uint16_t(ClampRound(v, 0, 65535));
+      std::memcpy(b, &x, 2);
+      break;
+    }
+    case ECloudFieldType::Int32: {
+      auto x = std::int32_t(ClampRound(v, -2147483648.0, 2147483647.0));
+      std::memcpy(b, &x, 4);
+      break;
+    }
+    case ECloudFieldType::UInt32: {
+      auto x = std::uint32_t(ClampRound(v, 0, 4294967295.0));
+      std::memcpy(b, &x, 4);
+      break;
+    }
+    case ECloudFieldType::Float32: {
+      float x = float(v);
+      std::memcpy(b, &x, 4);
+      break;
+    }
+    case ECloudFieldType::Float64:
+      std::memcpy(b, &v, 8);
+      break;
   }
   for (int i = 0; i < n; ++i) p[i] = swap ? b[n - 1 - i] : b[i];
 }

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <qvmath/cloud/detail/knn_graph.h>
-
 #include <qvmath/cloud/detail/cloud_blocks.h>
+#include <qvmath/cloud/detail/knn_graph.h>
 #include <qvmath/cloud/detail/neighbourhood.h>
 
 #include <algorithm>

@@ -16,8 +16,8 @@ class KnnGraph {
  public:
   // Joins each sorted position s with use[s] != 0 to its k nearest other indexed points
   // that also have use != 0, then adds the reverse of every edge. Built in parallel.
-  void Build(const CCloudIndex& index, int k, const std::vector<unsigned char>& use,
-             int nThreads, CProgressCounter* progress);
+  void Build(const CCloudIndex& index, int k, const std::vector<unsigned char>& use, int nThreads,
+             CProgressCounter* progress);
   // Calls f(t) for every neighbour t of s (own list, then reverse list; an edge present in
   // both lists is visited twice).
   template <class F>

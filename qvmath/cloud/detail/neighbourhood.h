@@ -28,8 +28,8 @@ struct NeighbourScratch {
 // itself first (the neighbour it displaces moves to its slot), and sc.idx[0..count) their
 // sorted positions. k-NN with k neighbours when radius <= 0, else the points within
 // radius (at most maxCount when maxCount > 0). Returns count.
-inline int GatherNeighbourhood(const CCloudIndex& index, int s, int k, float radius,
-                               int maxCount, NeighbourScratch& sc) {
+inline int GatherNeighbourhood(const CCloudIndex& index, int s, int k, float radius, int maxCount,
+                               NeighbourScratch& sc) {
   const Point3D* sorted = index.SortedPoints();
   const Point3D& q = sorted[s];
   int count;

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: MIT
 #include <qvmath/cloud/detail/triangle_bvh.h>
-
 #include <qvmath/geometry/detail/point_triangle.h>
 
 #include <algorithm>
@@ -50,7 +49,8 @@ void CTriangleBvh::Build(const CTriangleMesh& mesh) {
     for (int c = 0; c < 3; ++c)
       centroids[3 * i + std::size_t(c)] =
           (v[std::size_t(t[i][0])].asArray()[c] + v[std::size_t(t[i][1])].asArray()[c] +
-           v[std::size_t(t[i][2])].asArray()[c]) / 3.0f;
+           v[std::size_t(t[i][2])].asArray()[c]) /
+          3.0f;
   if (n == 0) {
     m_corners.clear();
     return;
@@ -156,8 +156,7 @@ void CTriangleBvh::BuildNode(int self, int begin, int end, const std::vector<flo
   BuildNode(left + 1, mid, end, centroids);
 }
 
-bool CTriangleBvh::Nearest(const float* p, float& d2, float* foot, int& triangle,
-                           int& hint) const {
+bool CTriangleBvh::Nearest(const float* p, float& d2, float* foot, int& triangle, int& hint) const {
   if (m_nodes.empty()) return false;
   struct Entry {
     std::int32_t node;
@@ -186,8 +185,8 @@ bool CTriangleBvh::Nearest(const float* p, float& d2, float* foot, int& triangle
 #if defined(__SSE2__)
       // The leaf's triangles in one lane query; each lane has the scalar body's bits.
       lanes::V3 f;
-      _mm_store_ps(d, lanes::Triangle4<false, true>(m_lanes[std::size_t(nd.first)],
-                                                    lanes::Splat(p), nullptr, &f));
+      _mm_store_ps(d, lanes::Triangle4<false, true>(m_lanes[std::size_t(nd.first)], lanes::Splat(p),
+                                                    nullptr, &f));
       _mm_store_ps(fx, f.x);
       _mm_store_ps(fy, f.y);
       _mm_store_ps(fz, f.z);

@@ -16,7 +16,8 @@ namespace detail {
 // their centroids along the longest axis of the centroids' box, down to leaves of at most
 // kLeafSize triangles. Leaf L owns the slots 4L..4L+3 (unused ones repeat its first
 // triangle); each slot holds a copy of its triangle's corners, and on SSE2 targets each leaf
-// its four triangles prepared for the lane query, so that a leaf costs one vector query. Immutable after Build; Nearest is re-entrant and allocates nothing.
+// its four triangles prepared for the lane query, so that a leaf costs one vector query. Immutable
+// after Build; Nearest is re-entrant and allocates nothing.
 class CTriangleBvh {
  public:
   static constexpr int kLeafSize = 4;

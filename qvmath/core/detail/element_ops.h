@@ -3,8 +3,8 @@
 // integers wrap like machine integers, points combine componentwise (w included).
 #pragma once
 
-#include <qvmath/core/hpoint3d.h>
 #include <qvmath/core/detail/tolerance.h>
+#include <qvmath/core/hpoint3d.h>
 #include <qvmath/core/point3d.h>
 
 #include <cmath>

@@ -21,14 +21,13 @@ void dgetri_(const int* n, double* a, const int* lda, const int* ipiv, double* w
              const int* lwork, int* info);
 void dggevx_(const char* balanc, const char* jobvl, const char* jobvr, const char* sense,
              const int* n, double* a, const int* lda, double* b, const int* ldb, double* alphar,
-             double* alphai, double* beta, double* vl, const int* ldvl, double* vr,
-             const int* ldvr, int* ilo, int* ihi, double* lscale, double* rscale,
-             double* abnrm, double* bbnrm, double* rconde, double* rcondv, double* work,
-             const int* lwork, int* iwork, int* bwork, int* info, std::size_t balanc_len,
-             std::size_t jobvl_len, std::size_t jobvr_len, std::size_t sense_len);
-void dsyev_(const char* jobz, const char* uplo, const int* n, double* a, const int* lda,
-            double* w, double* work, const int* lwork, int* info, std::size_t jobz_len,
-            std::size_t uplo_len);
+             double* alphai, double* beta, double* vl, const int* ldvl, double* vr, const int* ldvr,
+             int* ilo, int* ihi, double* lscale, double* rscale, double* abnrm, double* bbnrm,
+             double* rconde, double* rcondv, double* work, const int* lwork, int* iwork, int* bwork,
+             int* info, std::size_t balanc_len, std::size_t jobvl_len, std::size_t jobvr_len,
+             std::size_t sense_len);
+void dsyev_(const char* jobz, const char* uplo, const int* n, double* a, const int* lda, double* w,
+            double* work, const int* lwork, int* info, std::size_t jobz_len, std::size_t uplo_len);
 
 double ddot_(const int* n, const double* x, const int* incx, const double* y, const int* incy);
 void daxpy_(const int* n, const double* alpha, const double* x, const int* incx, double* y,
@@ -55,15 +54,13 @@ inline int getrf(int m, int n, float* a, int lda, int* ipiv) {
 }
 
 // Solves A·X = B with the factors of getrf ("N": no transpose); B is n × nrhs.
-inline int getrs(int n, int nrhs, const double* a, int lda, const int* ipiv, double* b,
-                 int ldb) {
+inline int getrs(int n, int nrhs, const double* a, int lda, const int* ipiv, double* b, int ldb) {
   int info = 0;
   const char trans = 'N';
   dgetrs_(&trans, &n, &nrhs, a, &lda, ipiv, b, &ldb, &info, 1);
   return info;
 }
-inline int getrs(int n, int nrhs, const float* a, int lda, const int* ipiv, float* b,
-                 int ldb) {
+inline int getrs(int n, int nrhs, const float* a, int lda, const int* ipiv, float* b, int ldb) {
   int info = 0;
   const char trans = 'N';
   sgetrs_(&trans, &n, &nrhs, a, &lda, ipiv, b, &ldb, &info, 1);

@@ -66,8 +66,7 @@ void MicroKernel(int kc, const T* pa, const T* pb, T* c, int ldc) {
     const T* a = pa + p * MR;
     const T* b = pb + p * NR;
     for (int q = 0; q < NR; ++q)
-      for (int r = 0; r < MR; ++r)
-        acc[q][r] = AddElem(acc[q][r], MulElem(a[r], b[q]));
+      for (int r = 0; r < MR; ++r) acc[q][r] = AddElem(acc[q][r], MulElem(a[r], b[q]));
   }
   for (int q = 0; q < NR; ++q)
     for (int r = 0; r < MR; ++r) c[q * ldc + r] = acc[q][r];

@@ -4,8 +4,8 @@
 // body must reproduce bit for bit. Not installed.
 #pragma once
 
-#include <qvmath/geometry/detail/point_segment.h>
 #include <qvmath/core/detail/vec3.h>
+#include <qvmath/geometry/detail/point_segment.h>
 
 namespace REmath {
 namespace detail {
@@ -30,8 +30,7 @@ inline int EdgeRegion(SegmentFeature f, int edge) {
 /// float products overflow; the inputs and the foot stay float.
 template <class R = float>
 inline R PointTriangle2Scalar(const float* p, const float* A, const float* B, const float* C,
-                              int* region, float* foot, R* nOut = nullptr,
-                              R* sOut = nullptr) {
+                              int* region, float* foot, R* nOut = nullptr, R* sOut = nullptr) {
   R e1[3], e2[3], e3[3], n[3], w[3];
   Sub3(B, A, e1);
   Sub3(C, A, e2);

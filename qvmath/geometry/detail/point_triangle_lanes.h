@@ -7,10 +7,9 @@
 #pragma once
 
 #if defined(__SSE2__)
-#include <qvmath/geometry/detail/point_triangle.h>
-#include <qvmath/core/detail/vec3.h>
-
 #include <emmintrin.h>
+#include <qvmath/core/detail/vec3.h>
+#include <qvmath/geometry/detail/point_triangle.h>
 
 namespace REmath {
 namespace detail {
@@ -46,8 +45,7 @@ inline V3 Scale(__m128 s, const V3& v) {
 }
 // (ax·bx + ay·by) + az·bz, the order of Dot3.
 inline __m128 Dot(const V3& a, const V3& b) {
-  return _mm_add_ps(_mm_add_ps(_mm_mul_ps(a.x, b.x), _mm_mul_ps(a.y, b.y)),
-                    _mm_mul_ps(a.z, b.z));
+  return _mm_add_ps(_mm_add_ps(_mm_mul_ps(a.x, b.x), _mm_mul_ps(a.y, b.y)), _mm_mul_ps(a.z, b.z));
 }
 // a × b with the component formulas of Cross3.
 inline V3 Cross(const V3& a, const V3& b) {
@@ -64,8 +62,8 @@ struct EdgeResult {
 };
 
 template <bool kFoot>
-inline EdgeResult EdgeQuery(const V3& a, const V3& b, const V3& d, __m128 L, const V3& w,
-                            __m128 W, __m128 E) {
+inline EdgeResult EdgeQuery(const V3& a, const V3& b, const V3& d, __m128 L, const V3& w, __m128 W,
+                            __m128 E) {
   const __m128 zero = _mm_setzero_ps();
   const __m128 t = _mm_div_ps(Dot(d, w), L);
   const V3 td = Scale(t, d);
@@ -120,10 +118,9 @@ inline __m128 Triangle4(const Triangle& T, const V3& p, __m128i* region, V3* foo
   const __m128 s = _mm_div_ps(_mm_xor_ps(Dot(wA, T.n), _mm_set1_ps(-0.0f)), T.N);
   const V3 q = Add(wA, Scale(s, T.n));
   const __m128 zero = _mm_setzero_ps();
-  const __m128 inside =
-      _mm_and_ps(_mm_and_ps(_mm_cmpge_ps(Dot(Cross(q, T.e1), T.n), zero),
-                            _mm_cmple_ps(Dot(Cross(q, T.e2), T.n), zero)),
-                 _mm_cmple_ps(Dot(Cross(q, T.e3), T.m), T.M));
+  const __m128 inside = _mm_and_ps(_mm_and_ps(_mm_cmpge_ps(Dot(Cross(q, T.e1), T.n), zero),
+                                              _mm_cmple_ps(Dot(Cross(q, T.e2), T.n), zero)),
+                                   _mm_cmple_ps(Dot(Cross(q, T.e3), T.m), T.M));
   const __m128 faceD = _mm_mul_ps(_mm_mul_ps(s, s), T.N);
 
   const EdgeResult ab = EdgeQuery<kFoot>(T.A, T.B, T.e1, T.L1, wA, WA, WB);
@@ -163,7 +160,9 @@ inline Triangle PrepareTriangles(const float* const* A, const float* const* B,
     v[24][l] = Dot3(n, n), v[25][l] = Dot3(m, m);
     v[26][l] = Dot3(e1, e1), v[27][l] = Dot3(e2, e2), v[28][l] = Dot3(e3, e3);
   }
-  auto V = [&](int k) { return V3{_mm_load_ps(v[3 * k]), _mm_load_ps(v[3 * k + 1]), _mm_load_ps(v[3 * k + 2])}; };
+  auto V = [&](int k) {
+    return V3{_mm_load_ps(v[3 * k]), _mm_load_ps(v[3 * k + 1]), _mm_load_ps(v[3 * k + 2])};
+  };
   Triangle t;
   t.A = V(0), t.B = V(1), t.C = V(2), t.e1 = V(3), t.e2 = V(4), t.e3 = V(5), t.n = V(6), t.m = V(7);
   t.N = _mm_load_ps(v[24]), t.M = _mm_load_ps(v[25]);
