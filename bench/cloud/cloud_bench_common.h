@@ -48,6 +48,18 @@ double MedianDeg(int n, Get normalOf) {
 }
 
 /// Seconds on the monotonic clock, and CPU seconds of the whole process (all threads).
+// Flips all normals when they point inward on the whole (the spanning-tree orientation
+// picks one of the two consistent sides; the scans' truth says which is outward).
+inline void OrientLikeTruth(const REmath::CSampleScan& s, std::vector<REmath::Point3D>& normals) {
+  double agree = 0;
+  for (std::size_t i = 0; i < normals.size(); ++i) {
+    const REmath::Point3D &a = normals[i], &b = s.trueNormals[i];
+    agree += a.x() * b.x() + a.y() * b.y() + a.z() * b.z();
+  }
+  if (agree < 0)
+    for (REmath::Point3D& n : normals) n = REmath::Point3D(-n.x(), -n.y(), -n.z());
+}
+
 inline double WallSeconds() {
   timespec t{};
   clock_gettime(CLOCK_MONOTONIC, &t);

@@ -49,13 +49,7 @@ const CCloudNormals& Normals() {
   np.nThreads = 2;
   ComputeCloudNormals(index, np, nr);
   OrientCloudNormals(index, CCloudOrientParams(), nr.normals, nr.valid);
-  double agree = 0;
-  for (int i = 0; i < kPoints; ++i) {
-    const Point3D &a = nr.normals[std::size_t(i)], &b = s.trueNormals[std::size_t(i)];
-    agree += a.x() * b.x() + a.y() * b.y() + a.z() * b.z();
-  }
-  if (agree < 0)
-    for (Point3D& n : nr.normals) n = Point3D(-n.x(), -n.y(), -n.z());
+  qvbench::OrientLikeTruth(s, nr.normals);
   return nr;
 }
 

@@ -15,6 +15,8 @@
 #include <cmath>
 #include <vector>
 
+#include "cloud_bench_common.h"
+
 #ifdef QVMATH_BENCH_OPEN3D
 #include <open3d/Open3D.h>
 #endif
@@ -39,13 +41,7 @@ const CPointCloud& Scan() {
     np.k = 16;
     ComputeCloudNormals(index, np, nr);
     OrientCloudNormals(index, CCloudOrientParams(), nr.normals, nr.valid);
-    double agree = 0;
-    for (int i = 0; i < kPoints; ++i) {
-      const Point3D &a = nr.normals[std::size_t(i)], &b = s.trueNormals[std::size_t(i)];
-      agree += a.x() * b.x() + a.y() * b.y() + a.z() * b.z();
-    }
-    if (agree < 0)
-      for (Point3D& n : nr.normals) n = Point3D(-n.x(), -n.y(), -n.z());
+    qvbench::OrientLikeTruth(s, nr.normals);
     cloud = s.cloud;
     cloud.Normals() = nr.normals;
   }
