@@ -189,6 +189,20 @@ class BodyReader {
     return v;
   }
 
+  // Reads past one property of a record, a list or a value.
+  void Skip(const Property& p, const Element& e) {
+    if (p.isList)
+      SkipList(p, e);
+    else
+      Value(p.type, e);
+  }
+
+  // Reads past every record of e.
+  void SkipElement(const Element& e) {
+    for (std::uint64_t k = 0; k < e.count; ++k)
+      for (const Property& p : e.props) Skip(p, e);
+  }
+
   // Reads past one list property; its count is checked against the remaining bytes.
   void SkipList(const Property& p, const Element& e) {
     const double c = Value(p.countType, e);
@@ -421,10 +435,7 @@ void ReadFaces(BodyReader& rd, const Element& f, int vertexCount, CTriangleMesh&
     for (std::size_t i = 0; i < f.props.size(); ++i) {
       const Property& p = f.props[i];
       if (int(i) != list) {
-        if (p.isList)
-          rd.SkipList(p, f);
-        else
-          rd.Value(p.type, f);
+        rd.Skip(p, f);
         continue;
       }
       const double c = rd.Value(p.countType, f);
@@ -467,13 +478,7 @@ void ReadPlyMesh(const unsigned char* data, std::size_t size, CTriangleMesh& mes
       if (!verticesRead) Fail("element face precedes element vertex");
       ReadFaces(rd, e, mesh.VertexCount(), mesh);
     } else {
-      for (std::uint64_t k = 0; k < e.count; ++k)
-        for (const Property& p : e.props) {
-          if (p.isList)
-            rd.SkipList(p, e);
-          else
-            rd.Value(p.type, e);
-        }
+      rd.SkipElement(e);
     }
   }
 }
@@ -540,13 +545,7 @@ void ReadPlyCloud(const unsigned char* data, std::size_t size, CPointCloud& clou
       ReadVertices(rd, e, cloud);
       break;  // later elements are dropped unread
     }
-    for (std::uint64_t k = 0; k < e.count; ++k)
-      for (const Property& p : e.props) {
-        if (p.isList)
-          rd.SkipList(p, e);
-        else
-          rd.Value(p.type, e);
-      }
+    rd.SkipElement(e);
   }
 }
 
