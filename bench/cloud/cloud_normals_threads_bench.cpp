@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Thread scaling and memory of the whole-cloud normals pass on the noisy torus (1M points,
 // k = 16, index build included). Each iteration runs, one after the other: the pass on 1
-// thread, the pass on 2 threads, the index build alone, and the normals from a built
-// index on 1 and 2 threads, each timed on the wall clock and on the process CPU clock
-// (the machine may be shared: CPU time shows the work done, wall time the speed-up got).
-// Counters are means over the iterations, in seconds; speedup_* are wall-time ratios.
+// thread, the pass on 2 threads, the index build alone on 2 threads and on 1, and the normals from
+// a built index on 1 and 2 threads, each timed on the wall clock and on the process CPU clock (the
+// machine may be shared: CPU time shows the work done, wall time the speed-up got). Counters are
+// means over the iterations, in seconds; speedup_* are wall-time ratios.
 //
 // Memory, measured once on the 2-thread pass with fresh outputs: this program replaces the
 // global operator new/delete with counting ones (malloc and malloc_usable_size), so
@@ -118,8 +118,8 @@ void BM_NormalsThreads(benchmark::State& st) {
   Memory(st, cloud, p2);
   CCloudNormals out;
   CCloudIndex index;
-  enum { kPass1, kPass2, kBuild, kIdx1, kIdx2, kN };
-  const char* names[kN] = {"pass1", "pass2", "build", "from_index1", "from_index2"};
+  enum { kPass1, kPass2, kBuild1, kBuild2, kIdx1, kIdx2, kN };
+  const char* names[kN] = {"pass1", "pass2", "build1", "build2", "from_index1", "from_index2"};
   double wall[kN] = {}, cpu[kN] = {};
   auto timed = [&](int slot, auto&& f) {
     const double w = qvbench::WallSeconds(), c = qvbench::CpuSeconds();
@@ -131,7 +131,8 @@ void BM_NormalsThreads(benchmark::State& st) {
     const double before = wall[kPass2];
     timed(kPass1, [&] { ComputeCloudNormals(cloud, p1, out); });
     timed(kPass2, [&] { ComputeCloudNormals(cloud, p2, out); });
-    timed(kBuild, [&] { index.Build(cloud.Positions().data(), cloud.Size()); });
+    timed(kBuild2, [&] { index.Build(cloud.Positions().data(), cloud.Size(), nullptr, 2); });
+    timed(kBuild1, [&] { index.Build(cloud.Positions().data(), cloud.Size()); });
     timed(kIdx1, [&] { ComputeCloudNormals(index, p1, out); });
     timed(kIdx2, [&] { ComputeCloudNormals(index, p2, out); });
     st.SetIterationTime(wall[kPass2] - before);
@@ -143,6 +144,7 @@ void BM_NormalsThreads(benchmark::State& st) {
   }
   st.counters["speedup_pass"] = wall[kPass1] / wall[kPass2];
   st.counters["speedup_from_index"] = wall[kIdx1] / wall[kIdx2];
+  st.counters["speedup_build"] = wall[kBuild1] / wall[kBuild2];
 }
 BENCHMARK(BM_NormalsThreads)->Iterations(3)->UseManualTime()->Unit(benchmark::kMillisecond);
 

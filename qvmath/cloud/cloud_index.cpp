@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <qvmath/cloud/cloud_index.h>
+#include <qvmath/cloud/detail/cloud_blocks.h>
 #include <qvmath/infra/progress_counter.h>
 
 #include <algorithm>
@@ -8,6 +9,7 @@
 #include <limits>
 #include <nanoflann.hpp>
 #include <stdexcept>
+#include <vector>
 
 namespace REmath {
 
@@ -42,6 +44,37 @@ std::uint64_t Spread21(std::uint64_t v) {
   v = (v | v << 4) & 0x10C30C30C30C30C3ULL;
   v = (v | v << 2) & 0x1249249249249249ULL;
   return v;
+}
+
+constexpr int kBuildBlock = 65536;
+constexpr std::uint64_t kNotIndexed = std::uint64_t(1) << 63;
+
+struct Bounds {
+  double lo[3] = {HUGE_VAL, HUGE_VAL, HUGE_VAL}, hi[3] = {-HUGE_VAL, -HUGE_VAL, -HUGE_VAL};
+  int valid = 0;
+};
+
+// Sorts keys as std::sort would: `runs` runs sorted in parallel, then merged pairwise, the
+// merges of a level in parallel.
+void SortInRuns(std::vector<std::pair<std::uint64_t, int>>& keys, int runs) {
+  const int n = int(keys.size());
+  runs = std::max(1, std::min(runs, n / 4096));
+  std::vector<int> bound(std::size_t(runs) + 1);
+  for (int r = 0; r <= runs; ++r) bound[std::size_t(r)] = int((long long)(n)*r / runs);
+  auto at = [&](int r) { return keys.begin() + bound[std::size_t(r)]; };
+  detail::RunBlocksOf(runs, 1, runs, nullptr, [&](int begin, int end, int) {
+    for (int r = begin; r < end; ++r) std::sort(at(r), at(r + 1));
+  });
+  for (int width = 1; width < runs; width *= 2) {
+    const int pairs = (runs + 2 * width - 1) / (2 * width);
+    detail::RunBlocksOf(pairs, 1, pairs, nullptr, [&](int begin, int end, int) {
+      for (int q = begin; q < end; ++q) {
+        const int lo = 2 * width * q, mid = std::min(runs, lo + width),
+                  hi = std::min(runs, lo + 2 * width);
+        if (mid < hi) std::inplace_merge(at(lo), at(mid), at(hi));
+      }
+    });
+  }
 }
 
 bool IsFinite(const Point3D& p) {
@@ -88,50 +121,72 @@ CCloudIndex::~CCloudIndex() = default;
 CCloudIndex::CCloudIndex(CCloudIndex&&) noexcept = default;
 CCloudIndex& CCloudIndex::operator=(CCloudIndex&&) noexcept = default;
 
-void CCloudIndex::Build(const Point3D* pts, int n, CProgressCounter* progress) {
+void CCloudIndex::Build(const Point3D* pts, int n, CProgressCounter* progress, int nThreads) {
   if (n < 0 || (!pts && n > 0)) throw std::invalid_argument("CCloudIndex::Build: bad point array");
   m_tree.reset();
   m_sorted.clear();
   m_sortedToInput.clear();
   m_inputToSorted.assign(std::size_t(n), -1);
-  double lo[3] = {HUGE_VAL, HUGE_VAL, HUGE_VAL}, hi[3] = {-HUGE_VAL, -HUGE_VAL, -HUGE_VAL};
-  int valid = 0;
-  for (int i = 0; i < n; ++i) {
-    if (!IsFinite(pts[i])) continue;
-    ++valid;
-    const double c[3] = {pts[i].x(), pts[i].y(), pts[i].z()};
+  const int slots = detail::ResolveThreadCount(nThreads);
+  // Bounds of the finite points, one partial box per slot.
+  std::vector<Bounds> part(static_cast<std::size_t>(slots));
+  detail::RunBlocksOf(n, kBuildBlock, slots, nullptr, [&](int begin, int end, int slot) {
+    Bounds& b = part[std::size_t(slot)];
+    for (int i = begin; i < end; ++i) {
+      if (!IsFinite(pts[i])) continue;
+      ++b.valid;
+      const double c[3] = {pts[i].x(), pts[i].y(), pts[i].z()};
+      for (int a = 0; a < 3; ++a) {
+        b.lo[a] = std::min(b.lo[a], c[a]);
+        b.hi[a] = std::max(b.hi[a], c[a]);
+      }
+    }
+  });
+  Bounds box;
+  for (const Bounds& b : part) {
+    box.valid += b.valid;
     for (int a = 0; a < 3; ++a) {
-      lo[a] = std::min(lo[a], c[a]);
-      hi[a] = std::max(hi[a], c[a]);
+      box.lo[a] = std::min(box.lo[a], b.lo[a]);
+      box.hi[a] = std::max(box.hi[a], b.hi[a]);
     }
   }
   // One scale for all axes keeps the curve's cells cubic; the span is taken in double so
   // that a cloud spanning the whole float range does not overflow.
   double span = 0;
-  for (int a = 0; a < 3; ++a) span = std::max(span, valid ? hi[a] - lo[a] : 0.0);
+  for (int a = 0; a < 3; ++a) span = std::max(span, box.valid ? box.hi[a] - box.lo[a] : 0.0);
   const double scale = span > 0 ? 2097151.0 / span : 0.0;
-  std::vector<std::pair<std::uint64_t, int>> keys;
-  keys.reserve(std::size_t(valid));
-  for (int i = 0; i < n; ++i) {
-    if (!IsFinite(pts[i])) continue;
-    const double c[3] = {pts[i].x(), pts[i].y(), pts[i].z()};
-    std::uint64_t code = 0;
-    for (int a = 0; a < 3; ++a) {
-      const double q = std::min(2097151.0, std::max(0.0, (c[a] - lo[a]) * scale));
-      code |= Spread21(std::uint64_t(q)) << a;
+  // Keys hold 63 bits of curve code; a non-finite point gets the top bit, which sorts it
+  // after every finite one, where the keys are cut off.
+  std::vector<std::pair<std::uint64_t, int>> keys(static_cast<std::size_t>(n));
+  detail::RunBlocksOf(n, kBuildBlock, slots, nullptr, [&](int begin, int end, int) {
+    for (int i = begin; i < end; ++i) {
+      std::uint64_t code = kNotIndexed;
+      if (IsFinite(pts[i])) {
+        const double c[3] = {pts[i].x(), pts[i].y(), pts[i].z()};
+        code = 0;
+        for (int a = 0; a < 3; ++a) {
+          const double q = std::min(2097151.0, std::max(0.0, (c[a] - box.lo[a]) * scale));
+          code |= Spread21(std::uint64_t(q)) << a;
+        }
+      }
+      keys[std::size_t(i)] = {code, i};
     }
-    keys.emplace_back(code, i);
-  }
+  });
   if (progress) progress->SetPosFloat(0.1);
-  // Equal codes keep the input order, so the result does not depend on the sort's ties.
-  std::sort(keys.begin(), keys.end());
+  // Keys are distinct (equal codes keep the input order), so the sorted order is unique
+  // and the same for any split into runs.
+  SortInRuns(keys, slots);
+  keys.resize(std::size_t(box.valid));
   m_sorted.resize(keys.size());
   m_sortedToInput.resize(keys.size());
-  for (std::size_t s = 0; s < keys.size(); ++s) {
-    m_sorted[s] = pts[keys[s].second];
-    m_sortedToInput[s] = keys[s].second;
-    m_inputToSorted[std::size_t(keys[s].second)] = int(s);
-  }
+  detail::RunBlocksOf(box.valid, kBuildBlock, slots, nullptr, [&](int begin, int end, int) {
+    for (int s = begin; s < end; ++s) {
+      const int i = keys[std::size_t(s)].second;
+      m_sorted[std::size_t(s)] = pts[i];
+      m_sortedToInput[std::size_t(s)] = i;
+      m_inputToSorted[std::size_t(i)] = s;
+    }
+  });
   if (progress) progress->SetPosFloat(0.3);
   m_tree = std::make_unique<Tree>(m_sorted);
   if (!m_sorted.empty()) m_tree->tree.buildIndex();

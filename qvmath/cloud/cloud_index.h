@@ -61,10 +61,13 @@ class QVMATH_API CCloudIndex {
   CCloudIndex& operator=(const CCloudIndex&) = delete;
 
   /// Builds the index over pts[0..n), replacing any previous one. `progress` (null: none)
-  /// is moved from 0 to 1 of its current phase.
+  /// is moved from 0 to 1 of its current phase. The bounds, the curve keys, their sort and
+  /// the reordering run on `nThreads` threads (1: the calling thread; < 1: one per
+  /// hardware thread); the tree itself is built on the calling thread. The index is the
+  /// same whatever the thread count.
   /// @throws std::invalid_argument for n < 0 or a null pts with n > 0;
-  ///         CUserIntrException when the progress callback cancels.
-  void Build(const Point3D* pts, int n, CProgressCounter* progress = nullptr);
+  ///         CUserIntrException on cancellation (progress callback or stop flag).
+  void Build(const Point3D* pts, int n, CProgressCounter* progress = nullptr, int nThreads = 1);
 
   /// @return n of the last `Build` (indexed or not).
   int Size() const { return static_cast<int>(m_inputToSorted.size()); }

@@ -118,7 +118,7 @@ void ComputeCloudNormals(const CPointCloud& cloud, const CCloudNormalParams& par
   CCloudIndex index;
   {
     CPrgCntSubPhase phase(progress, 0.0, 0.1, CPrgCntSubPhase::PhaseFloat);
-    index.Build(cloud.Positions().data(), cloud.Size(), progress);
+    index.Build(cloud.Positions().data(), cloud.Size(), progress, params.nThreads);
   }
   CPrgCntSubPhase phase(progress, 0.1, 0.9, CPrgCntSubPhase::PhaseFloat);
   ComputeCloudNormals(index, params, out, progress);

@@ -346,7 +346,7 @@ void ReconstructCloudMesh(const CPointCloud& cloud, const CReconstructParams& pa
   CCloudIndex index;
   {
     CPrgCntSubPhase phase(progress, 0.0, 0.05, CPrgCntSubPhase::PhaseFloat);
-    index.Build(pos.data(), int(pos.size()), progress);
+    index.Build(pos.data(), int(pos.size()), progress, params.nThreads);
   }
   // The normals in the index's sorted order, so that the function reads both arrays at
   // the same (Morton-local) positions.

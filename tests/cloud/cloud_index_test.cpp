@@ -74,6 +74,14 @@ TEST(CloudIndex, Properties_QueriesMatchBruteForce) {
   // Sorted order is a permutation of the finite points, mapped both ways.
   for (int s = 0; s < index.IndexedCount(); ++s)
     EXPECT_EQ(index.InputToSorted()[index.SortedToInput()[s]], s);
+  // Any thread count builds the same index (three sorted runs merged in two levels).
+  const std::vector<Point3D> big = MessyCloud(rng, 20000);
+  CCloudIndex one, three;
+  one.Build(big.data(), int(big.size()));
+  three.Build(big.data(), int(big.size()), nullptr, 3);
+  ASSERT_EQ(one.IndexedCount(), three.IndexedCount());
+  EXPECT_TRUE(std::equal(one.SortedToInput(), one.SortedToInput() + one.IndexedCount(),
+                         three.SortedToInput()));
 }
 
 TEST(CloudIndex, Degenerate_EmptyNonFiniteAndOversizedQueries) {

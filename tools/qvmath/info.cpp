@@ -43,7 +43,7 @@ void RunInfo(Job& job) {
   if (nonFinite < cloud.Size()) {
     CProgressCounter progress;
     REmath::CCloudIndex index;
-    index.Build(cloud.Positions().data(), cloud.Size(), &progress);
+    index.Build(cloud.Positions().data(), cloud.Size(), &progress, job.threads);
     spacing = REmath::EstimatePointSpacing(index);
   }
   job.report["timings"]["spacing"] = clock.Lap();

@@ -48,7 +48,7 @@ void RunNormals(const NormalsOptions& o, Job& job) {
   REmath::CCloudIndex index;
   {
     CPrgCntSubPhase phase(&progress, 0.0, 0.1, CPrgCntSubPhase::PhaseFloat);
-    index.Build(cloud.Positions().data(), cloud.Size(), &progress);
+    index.Build(cloud.Positions().data(), cloud.Size(), &progress, job.threads);
   }
   job.report["timings"]["index"] = clock.Lap();
   REmath::CCloudNormals normals;

@@ -77,7 +77,7 @@ void RunReconstruct(const ReconstructOptions& o, Job& job) {
   REmath::CCloudIndex index;
   {
     CPrgCntSubPhase phase(&progress, 0.0, 0.05, CPrgCntSubPhase::PhaseFloat);
-    index.Build(cloud.Positions().data(), cloud.Size(), &progress);
+    index.Build(cloud.Positions().data(), cloud.Size(), &progress, job.threads);
   }
   const double spacing = REmath::EstimatePointSpacing(index);
   const double cell = o.cell > 0 ? o.cell : 2.0 * spacing;

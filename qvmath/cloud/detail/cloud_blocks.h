@@ -28,5 +28,16 @@ int ResolveThreadCount(int nThreads);
 // kernel throws, after every worker has stopped.
 void RunBlocks(int n, int blockSize, int nThreads, CProgressCounter* pc, IBlockKernel& kernel);
 
+// RunBlocks with a callable f(begin, end, slot) as the kernel.
+template <class F>
+void RunBlocksOf(int n, int blockSize, int nThreads, CProgressCounter* pc, F&& f) {
+  struct Kernel : IBlockKernel {
+    explicit Kernel(F& fn) : m_f(fn) {}
+    void ProcessRange(int begin, int end, int slot) override { m_f(begin, end, slot); }
+    F& m_f;
+  } kernel(f);
+  RunBlocks(n, blockSize, nThreads, pc, kernel);
+}
+
 }  // namespace detail
 }  // namespace REmath
