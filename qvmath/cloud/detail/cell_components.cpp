@@ -1,0 +1,141 @@
+// SPDX-License-Identifier: MIT
+#include <qvmath/cloud/detail/cell_components.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace REmath {
+namespace detail {
+
+namespace {
+
+std::uint64_t Hash(const std::int32_t k[3]) {
+  std::uint64_t h = std::uint64_t(std::uint32_t(k[0])) * 0x9E3779B97F4A7C15ull;
+  h ^= std::uint64_t(std::uint32_t(k[1])) * 0xC2B2AE3D27D4EB4Full;
+  h ^= std::uint64_t(std::uint32_t(k[2])) * 0x165667B19E3779F9ull;
+  return h ^ (h >> 29);
+}
+
+int Root(std::vector<int>& parent, int c) {
+  while (parent[std::size_t(c)] != c) {
+    parent[std::size_t(c)] = parent[std::size_t(parent[std::size_t(c)])];
+    c = parent[std::size_t(c)];
+  }
+  return c;
+}
+
+}  // namespace
+
+void CellComponents::SetGrid(const double lo[3], const double hi[3], double cell) {
+  const double extent = std::max({hi[0] - lo[0], hi[1] - lo[1], hi[2] - lo[2], 0.0});
+  // 2^30 cells per axis keep a key and its neighbours' inside int32.
+  cell = std::max(cell, extent * 0x1p-30);
+  if (!(cell > 0) || !std::isfinite(cell)) cell = extent > 0 ? extent : 1.0;
+  m_inv = 1.0 / cell;
+  for (int a = 0; a < 3; ++a) m_lo[a] = lo[a];
+}
+
+int CellComponents::Find(const std::int32_t key[3]) const {
+  for (std::uint64_t h = Hash(key) & m_mask;; h = (h + 1) & m_mask) {
+    const Slot& s = m_table[std::size_t(h)];
+    if (s.cell < 0) return -1;
+    if (s.key[0] == key[0] && s.key[1] == key[1] && s.key[2] == key[2]) return s.cell;
+  }
+}
+
+int CellComponents::FindOrAdd(const std::int32_t key[3]) {
+  for (std::uint64_t h = Hash(key) & m_mask;; h = (h + 1) & m_mask) {
+    Slot& s = m_table[std::size_t(h)];
+    if (s.cell >= 0) {
+      if (s.key[0] == key[0] && s.key[1] == key[1] && s.key[2] == key[2]) return s.cell;
+      continue;
+    }
+    const int cell = int(m_parent.size());
+    s = Slot{{key[0], key[1], key[2]}, cell};
+    m_keys.insert(m_keys.end(), key, key + 3);
+    m_parent.push_back(cell);
+    // Keep the load at most one half.
+    if (2 * m_parent.size() > m_table.size()) Grow();
+    return cell;
+  }
+}
+
+void CellComponents::Grow() {
+  m_table.assign(2 * m_table.size(), Slot{{0, 0, 0}, -1});
+  m_mask = m_table.size() - 1;
+  for (std::size_t c = 0; c < m_parent.size(); ++c) {
+    const std::int32_t* k = &m_keys[3 * c];
+    std::uint64_t h = Hash(k) & m_mask;
+    while (m_table[std::size_t(h)].cell >= 0) h = (h + 1) & m_mask;
+    m_table[std::size_t(h)] = Slot{{k[0], k[1], k[2]}, int(c)};
+  }
+}
+
+int CellComponents::Label(const Point3D* pts, const int* items, int count) {
+  std::size_t cap = 64;
+  while (cap < std::size_t(count)) cap *= 2;
+  m_table.assign(cap, Slot{{0, 0, 0}, -1});
+  m_mask = cap - 1;
+  m_keys.clear();
+  m_parent.clear();
+  m_cellOfItem.resize(std::size_t(count));
+  std::int32_t last[3] = {0, 0, 0};
+  int lastCell = -1;
+  for (int i = 0; i < count; ++i) {
+    const Point3D& p = pts[items[i]];
+    const std::int32_t key[3] = {std::int32_t(std::floor((p.x() - m_lo[0]) * m_inv)),
+                                 std::int32_t(std::floor((p.y() - m_lo[1]) * m_inv)),
+                                 std::int32_t(std::floor((p.z() - m_lo[2]) * m_inv))};
+    if (lastCell < 0 || key[0] != last[0] || key[1] != last[1] || key[2] != last[2]) {
+      lastCell = FindOrAdd(key);
+      std::copy(key, key + 3, last);
+    }
+    m_cellOfItem[std::size_t(i)] = lastCell;
+  }
+  // Join every cell with its occupied neighbours; each touching pair is visited once, from
+  // the cell whose offset to the other is "positive" (13 of the 26).
+  const int cells = int(m_parent.size());
+  for (int c = 0; c < cells; ++c) {
+    const std::int32_t* k = &m_keys[3 * std::size_t(c)];
+    for (int dz = 0; dz <= 1; ++dz)
+      for (int dy = dz ? -1 : 0; dy <= 1; ++dy)
+        for (int dx = (dz || dy) ? -1 : 1; dx <= 1; ++dx) {
+          const std::int32_t nk[3] = {k[0] + dx, k[1] + dy, k[2] + dz};
+          const int o = Find(nk);
+          if (o < 0) continue;
+          const int a = Root(m_parent, c), b = Root(m_parent, o);
+          if (a != b) m_parent[std::size_t(std::max(a, b))] = std::min(a, b);
+        }
+  }
+  // Number the components in the order of their first item and group the items.
+  m_compOfCell.assign(std::size_t(cells), -1);
+  m_compOfItem.resize(std::size_t(count));
+  m_begin.clear();
+  for (int i = 0; i < count; ++i) {
+    int& comp = m_compOfCell[std::size_t(Root(m_parent, m_cellOfItem[std::size_t(i)]))];
+    if (comp < 0) {
+      comp = int(m_begin.size());
+      m_begin.push_back(0);
+    }
+    m_compOfItem[std::size_t(i)] = comp;
+    ++m_begin[std::size_t(comp)];
+  }
+  const int comps = int(m_begin.size());
+  int sum = 0;
+  for (int& b : m_begin) {
+    const int size = b;
+    b = sum;
+    sum += size;
+  }
+  m_begin.push_back(sum);
+  m_members.resize(std::size_t(count));
+  for (int i = 0; i < count; ++i)
+    m_members[std::size_t(m_begin[std::size_t(m_compOfItem[std::size_t(i)])]++)] = items[i];
+  // The scatter moved every start to the next component's: shift back.
+  for (int c = comps; c > 0; --c) m_begin[std::size_t(c)] = m_begin[std::size_t(c - 1)];
+  m_begin[0] = 0;
+  return comps;
+}
+
+}  // namespace detail
+}  // namespace REmath
