@@ -48,20 +48,20 @@ struct InlierTest {
   }
 };
 
-// Scores proposals on the sample, one proposal per item; an invalid proposal (d NaN)
-// scores -1.
+// Scores proposals on the sample (positions 0..count of test's arrays), one proposal per
+// item; an invalid proposal (d NaN) scores -1.
 class ScoreKernel : public detail::IBlockKernel {
  public:
-  ScoreKernel(const std::vector<Plane>& props, const std::vector<int>& sample,
-              const InlierTest& test, std::vector<int>& score)
-      : m_props(props), m_sample(sample), m_test(test), m_score(score) {}
+  ScoreKernel(const std::vector<Plane>& props, int count, const InlierTest& test,
+              std::vector<int>& score)
+      : m_props(props), m_count(count), m_test(test), m_score(score) {}
   void ProcessRange(int begin, int end, int) override {
     for (int h = begin; h < end; ++h) {
       const Plane& pl = m_props[std::size_t(h)];
       int c = -1;
       if (!std::isnan(pl.d)) {
         c = 0;
-        for (int s : m_sample) c += m_test(pl, s);
+        for (int s = 0; s < m_count; ++s) c += m_test(pl, s);
       }
       m_score[std::size_t(h)] = c;
     }
@@ -69,7 +69,7 @@ class ScoreKernel : public detail::IBlockKernel {
 
  private:
   const std::vector<Plane>& m_props;
-  const std::vector<int>& m_sample;
+  int m_count;
   const InlierTest& m_test;
   std::vector<int>& m_score;
 };
@@ -196,7 +196,8 @@ void FindCloudPlanes(const CCloudIndex& index, const std::vector<Point3D>& norma
   std::vector<unsigned char> keep;
   std::vector<Plane> props;
   std::vector<int> score;
-  std::vector<Point3D> piecePts, pieceNrm;
+  std::vector<Point3D> piecePts, pieceNrm, samplePts, sampleNrm;
+  std::vector<unsigned char> sampleOk;
   std::mt19937_64 rng(p.seed);
   std::unique_ptr<IPlaneAppoximator> approx(
       IPlaneAppoximator::CreateByConstraint(PLANE_FIT_UNCONSTRAINED));
@@ -262,8 +263,21 @@ void FindCloudPlanes(const CCloudIndex& index, const std::vector<Point3D>& norma
     } else {
       for (int i = 0; i < p.scoreSamples; ++i) sample.push_back(pool[Draw(rng, pool.size())]);
     }
+    // The sample copied together: every proposal reads it in turn.
+    samplePts.clear();
+    sampleNrm.clear();
+    sampleOk.clear();
+    for (int s : sample) {
+      samplePts.push_back(pts[s]);
+      if (!hasNormals) continue;
+      sampleNrm.push_back(nrm[std::size_t(s)]);
+      sampleOk.push_back(ok[std::size_t(s)]);
+    }
+    const InlierTest sampleTest{test.distance, test.cosMin, samplePts.data(),
+                                hasNormals ? sampleNrm.data() : nullptr,
+                                hasNormals ? sampleOk.data() : nullptr};
     score.assign(props.size(), 0);
-    ScoreKernel sk(props, sample, test, score);
+    ScoreKernel sk(props, int(sample.size()), sampleTest, score);
     detail::RunBlocks(int(props.size()), 8, slots, nullptr, sk);
     const std::size_t best =
         std::size_t(std::max_element(score.begin(), score.end()) - score.begin());

@@ -15,9 +15,10 @@ namespace detail {
 // Points in the same cell or in cells sharing a face, an edge or a corner are connected;
 // so points closer than the cell edge always share a component, points farther apart than
 // 2·√3 cell edges are never joined directly. Cost linear in the points labelled (a hash
-// table of the occupied cells and a union-find over them); the storage is kept from one
-// call to the next, so repeated calls on sets no larger than before allocate nothing.
-// Consecutive points in the same cell (Morton order) share one hash look-up.
+// table of the occupied 4 × 4 × 4 blocks of cells and a union-find over the cells); the
+// storage is kept from one call to the next, so repeated calls on sets no larger than before
+// allocate nothing. Blocks keep the table small and most neighbour look-ups inside the
+// block at hand; consecutive points in the same cell (Morton order) share one look-up.
 class CellComponents {
  public:
   // The grid: cells of edge `cell` from the corner lo of the box [lo, hi] that holds every
@@ -38,19 +39,21 @@ class CellComponents {
 
  private:
   struct Slot {
-    std::int32_t key[3];
-    std::int32_t cell;  // -1: empty
+    std::int32_t key[3];  // of the block
+    std::int32_t block;   // -1: empty
   };
-  int FindOrAdd(const std::int32_t key[3]);
-  int Find(const std::int32_t key[3]) const;
+  int FindBlock(const std::int32_t bk[3]) const;
+  int AddBlock(const std::int32_t bk[3]);
   void Grow();
 
   double m_lo[3] = {0, 0, 0};
   double m_inv = 1;
-  std::vector<Slot> m_table;
+  std::vector<Slot> m_table, m_spare;
   std::uint64_t m_mask = 0;
+  std::vector<int> m_blockCells;     // 64 per block: cell or -1
   std::vector<std::int32_t> m_keys;  // 3 per cell
-  std::vector<int> m_parent;         // union-find over cells
+  std::vector<int> m_blockOfCell;
+  std::vector<int> m_parent;  // union-find over cells
   std::vector<int> m_compOfCell;
   std::vector<int> m_cellOfItem, m_compOfItem;
   std::vector<int> m_begin, m_members;
