@@ -85,10 +85,11 @@ int CellComponents::Label(const Point3D* pts, const int* items, int count) {
   int lastCell = -1, lastBlock = -1;
   for (int i = 0; i < count; ++i) {
     const Point3D& p = pts[items[i]];
-    // Shifted by 4 so that the neighbours of cell 0 have non-negative block keys too.
-    const std::int32_t key[3] = {std::int32_t(std::floor((p.x() - m_lo[0]) * m_inv)) + 4,
-                                 std::int32_t(std::floor((p.y() - m_lo[1]) * m_inv)) + 4,
-                                 std::int32_t(std::floor((p.z() - m_lo[2]) * m_inv)) + 4};
+    // Shifted by 4 so that the neighbours of cell 0 have non-negative block keys too. The
+    // offsets from lo are >= 0: truncation is the floor.
+    const std::int32_t key[3] = {std::int32_t((p.x() - m_lo[0]) * m_inv) + 4,
+                                 std::int32_t((p.y() - m_lo[1]) * m_inv) + 4,
+                                 std::int32_t((p.z() - m_lo[2]) * m_inv) + 4};
     if (lastCell < 0 || key[0] != last[0] || key[1] != last[1] || key[2] != last[2]) {
       const std::int32_t bk[3] = {key[0] >> 2, key[1] >> 2, key[2] >> 2};
       if (lastBlock < 0 || bk[0] != lastBlockKey[0] || bk[1] != lastBlockKey[1] ||
