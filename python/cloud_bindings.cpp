@@ -281,12 +281,14 @@ py::dict Curvature(const py::handle& points, const py::object& normals, int k, d
 }
 
 py::tuple Planes(const py::handle& points, const py::object& normals, const py::object& threshold,
-                 std::uint64_t seed, double maxAngle, int minPoints, int maxPlanes, int k,
-                 int threads, const py::object& progress) {
+                 std::uint64_t seed, double maxAngle, int minPoints, int maxPlanes,
+                 const py::object& connection, int threads, const py::object& progress) {
   CPointsView pts(points, "points");
   std::vector<Point3D> given;
   std::vector<unsigned char> givenValid;
-  if (!normals.is_none()) GivenNormals(normals, pts.Size(), given, givenValid);
+  // normals=False: positions only (empty normal vectors).
+  const bool positionsOnly = py::isinstance<py::bool_>(normals) && !normals.cast<bool>();
+  if (!normals.is_none() && !positionsOnly) GivenNormals(normals, pts.Size(), given, givenValid);
   REmath::CCloudPlaneParams params;
   if (!threshold.is_none()) {
     params.distance = threshold.cast<double>();
@@ -296,7 +298,10 @@ py::tuple Planes(const py::handle& points, const py::object& normals, const py::
   params.maxAngle = maxAngle * M_PI / 180.0;
   params.minPoints = minPoints;
   params.maxPlanes = maxPlanes;
-  params.k = k;
+  if (!connection.is_none()) {
+    params.connection = connection.cast<double>();
+    if (!(params.connection > 0)) throw py::value_error("connection must be positive or None");
+  }
   params.nThreads = Threads(threads);
   REmath::CCloudPlanes out;
   RunCancellable(progress, [&](CProgressCounter* counter) {
@@ -447,14 +452,18 @@ void BindCloud(py::module_& m) {
         "principal directions and valid (n,) bool. Given normals that are zero or not finite\n"
         "mark their points invalid. Raises ValueError for k < 6 or above the number of points.");
   m.def("planes", &Planes, "points"_a, "normals"_a = py::none(), "threshold"_a = py::none(),
-        "seed"_a = 0, "max_angle"_a = 10.0, "min_points"_a = 50, "max_planes"_a = 100, "k"_a = 8,
-        "threads"_a = 0, "progress"_a = py::none(),
+        "seed"_a = 0, "max_angle"_a = 10.0, "min_points"_a = 50, "max_planes"_a = 100,
+        "connection"_a = py::none(), "threads"_a = 0, "progress"_a = py::none(),
         "planes(points, normals=None, threshold=None, seed=0, max_angle=10, min_points=50,\n"
-        "       max_planes=100, k=8, threads=0, progress=None) -> (labels, planes, threshold)\n\n"
-        "Every plane of the cloud: RANSAC proposals from oriented points, region growing over\n"
-        "the k-neighbour graph, least-squares refit. threshold: largest inlier distance (None:\n"
-        "3 x the median point spacing); max_angle in degrees between an inlier's normal and\n"
-        "the plane's. Without normals, those of normals(points) are used. Returns labels (n,)\n"
+        "       max_planes=100, connection=None, threads=0, progress=None)\n"
+        "       -> (labels, planes, threshold)\n\n"
+        "Every plane of the cloud: RANSAC proposals from oriented points, connected pieces of\n"
+        "the inliers on a grid of cells of edge connection (None: 4 x the median point\n"
+        "spacing), least-squares refit. threshold: largest inlier distance (None: 3 x the\n"
+        "median point spacing); max_angle in degrees between an inlier's normal and the\n"
+        "plane's. normals=None uses those of normals(points); normals=False finds the planes\n"
+        "from the positions alone (proposals from random triples, no angle test; faces also\n"
+        "take the strips of their neighbours within threshold). Returns labels (n,)\n"
         "int32 (plane index or -1), a list of dicts (normal, d with normal.p + d = 0, origin,\n"
         "inliers, rms_error, mean_error, max_error, basis (3, 3), extent (3, 2) along basis)\n"
         "and the threshold used. The same seed gives the same planes.");

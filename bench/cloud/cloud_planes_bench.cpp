@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: MIT
 // One plane in 1M points: 70 % on the plane through the origin with normal (1, 2, 3)/√14
 // over a 2 × 2 square, Gaussian noise sigma = 0.001 on each coordinate, and 30 % uniform
-// outliers in the bounding box of the plane points, in random order. FindCloudPlanes (index
-// build and the k = 16 normals it needs included in the time, one plane asked for) against
-// PCL SACSegmentation (plane, RANSAC, least-squares refit) and Open3D SegmentPlane when they
-// are found, all with the distance threshold FindCloudPlanes derives (3 × point spacing).
-// Counters: angle between the found normal and the true one, and the inliers (700000 drawn
-// on the plane). CPU time is that of the whole process. BM_Planes_QVmath/threads/0 times
-// FindCloudPlanes alone (with its index build) on normals computed beforehand, and counts
-// the plane points whose normal is within the 10° the proposals accept.
+// outliers in the bounding box of the plane points, in random order. FindCloudPlanes (one
+// plane asked for) against PCL SACSegmentation (plane, RANSAC, least-squares refit) and
+// Open3D SegmentPlane when they are found, all with the distance threshold FindCloudPlanes
+// derives (3 × point spacing). Counters: angle between the found normal and the true one,
+// and the inliers (700000 drawn on the plane). CPU time is that of the whole process.
+// BM_Planes_QVmath/threads/mode: mode 0 times FindCloudPlanes without normals on an index
+// built beforehand, mode 1 the same with the index build, mode 2 FindCloudPlanes on k = 16
+// normals computed beforehand (and counts the plane points whose normal is within the 10°
+// the angle test accepts).
 #include <benchmark/benchmark.h>
 #include <qvmath/cloud/cloud_index.h>
 #include <qvmath/cloud/cloud_normals.h>
@@ -93,28 +94,25 @@ void Normals(const CCloudIndex& index, int threads, CCloudNormals& nr) {
   ComputeCloudNormals(index, np, nr);
 }
 
-// The whole pass: index, normals (unless given), one plane.
-void RunOurs(int threads, CCloudPlanes& out, const CCloudNormals* given = nullptr) {
-  const std::vector<Point3D>& pts = PlaneScan();
-  CCloudIndex index;
-  index.Build(pts.data(), int(pts.size()));
-  CCloudNormals own;
-  if (!given) Normals(index, threads, own);
-  const CCloudNormals& nr = given ? *given : own;
+const CCloudIndex& Index() {
+  static CCloudIndex index;
+  if (index.IndexedCount() == 0) index.Build(PlaneScan().data(), kPoints);
+  return index;
+}
+
+// One plane of the scan, on `normals` (empty: none).
+void RunOurs(const CCloudIndex& index, int threads, const CCloudNormals& normals,
+             CCloudPlanes& out) {
   CCloudPlaneParams pp;
   pp.maxPlanes = 1;
   pp.nThreads = threads;
-  FindCloudPlanes(index, nr.normals, nr.valid, pp, out);
+  FindCloudPlanes(index, normals.normals, normals.valid, pp, out);
 }
 
 // The threshold every program uses: the one FindCloudPlanes derives.
 double Distance() {
   static double d = 0;
-  if (d == 0) {
-    CCloudPlanes out;
-    RunOurs(2, out);
-    d = out.distance;
-  }
+  if (d == 0) d = 3.0 * EstimatePointSpacing(Index());
   return d;
 }
 
@@ -128,11 +126,10 @@ void Report(benchmark::State& st, const double* normal, std::size_t inliers) {
 void BM_Planes_QVmath(benchmark::State& st) {
   Distance();
   const int threads = int(st.range(0));
+  const int mode = int(st.range(1));
   CCloudNormals given;
-  if (!st.range(1)) {
-    CCloudIndex index;
-    index.Build(PlaneScan().data(), kPoints);
-    Normals(index, threads, given);
+  if (mode == 2) {
+    Normals(Index(), threads, given);
     int within = 0;
     for (int i = 0; i < kPoints; ++i) {
       const Point3D& q = given.normals[std::size_t(i)];
@@ -144,7 +141,13 @@ void BM_Planes_QVmath(benchmark::State& st) {
   }
   CCloudPlanes out;
   for (auto _ : st) {
-    RunOurs(threads, out, st.range(1) ? nullptr : &given);
+    if (mode == 1) {
+      CCloudIndex index;
+      index.Build(PlaneScan().data(), kPoints);
+      RunOurs(index, threads, given, out);
+    } else {
+      RunOurs(Index(), threads, given, out);
+    }
     benchmark::DoNotOptimize(out.labels.data());
   }
   if (out.planes.empty()) {
@@ -154,10 +157,7 @@ void BM_Planes_QVmath(benchmark::State& st) {
   Report(st, out.planes[0].equation.NormalDir(), std::size_t(out.planes[0].inliers));
 }
 BENCHMARK(BM_Planes_QVmath)
-    ->Args({1, 1})
-    ->Args({2, 1})
-    ->Args({1, 0})
-    ->Args({2, 0})
+    ->ArgsProduct({{1, 2}, {0, 1, 2}})
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime()
     ->MeasureProcessCPUTime();

@@ -92,11 +92,12 @@ def test_file_round_trips(tmp_path):
         qvmath.read(str(tmp_path / "missing.ply"))
 
 
-def test_planes_of_two_walls():
+@pytest.mark.parametrize("normals", [None, False])
+def test_planes_of_two_walls(normals):
     g = np.stack(np.meshgrid(np.linspace(0, 1, 30), np.linspace(0, 1, 30)), -1).reshape(-1, 2)
     floor = np.c_[g, np.zeros(len(g))]
     wall = np.c_[np.full(len(g), 2.0), g]
-    labels, planes, _ = qvmath.planes(np.vstack([floor, wall]), seed=5, threads=2)
+    labels, planes, _ = qvmath.planes(np.vstack([floor, wall]), normals, seed=5, threads=2)
     assert len(planes) == 2
     for piece in (labels[:900], labels[900:]):
         assert (piece == piece[0]).all() and piece[0] >= 0

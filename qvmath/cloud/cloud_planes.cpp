@@ -3,8 +3,8 @@
 #include <qvmath/analysis/plane_appoximator.h>
 #include <qvmath/analysis/plane_fit.h>
 #include <qvmath/cloud/cloud_planes.h>
+#include <qvmath/cloud/detail/cell_components.h>
 #include <qvmath/cloud/detail/cloud_blocks.h>
-#include <qvmath/cloud/detail/knn_graph.h>
 #include <qvmath/infra/progress_counter.h>
 #include <qvmath/platform/korva_exception.h>
 
@@ -31,45 +31,45 @@ struct Plane {
   double d;  // n·p + d = 0
 };
 
-// The inlier test of a point against a plane; cosMin compares |n·m| for valid normals.
+// The inlier test of sorted position s against a plane; with normals (ok not null), a
+// point with a valid normal must also have |n·m| >= cosMin.
 struct InlierTest {
   double distance, cosMin;
-  bool operator()(const Plane& pl, const Point3D& p, const Point3D& m, bool valid) const {
+  const Point3D* pts;
+  const Point3D* nrm;       // null: no normals
+  const unsigned char* ok;  // null: no normals
+  bool operator()(const Plane& pl, int s) const {
+    const Point3D& p = pts[s];
     const double e = pl.n[0] * p.x() + pl.n[1] * p.y() + pl.n[2] * p.z() + pl.d;
     if (!(std::fabs(e) <= distance)) return false;
-    if (!valid) return true;
+    if (!ok || !ok[s]) return true;
+    const Point3D& m = nrm[s];
     return std::fabs(pl.n[0] * m.x() + pl.n[1] * m.y() + pl.n[2] * m.z()) >= cosMin;
   }
 };
 
-// Scores proposals on the sample, one proposal per item.
+// Scores proposals on the sample (positions 0..count of test's arrays), one proposal per
+// item; an invalid proposal (d NaN) scores -1.
 class ScoreKernel : public detail::IBlockKernel {
  public:
-  ScoreKernel(const std::vector<Plane>& props, const std::vector<int>& sample, const Point3D* pts,
-              const std::vector<Point3D>& nrm, const std::vector<unsigned char>& ok,
-              const InlierTest& test, std::vector<int>& score)
-      : m_props(props),
-        m_sample(sample),
-        m_pts(pts),
-        m_nrm(nrm),
-        m_ok(ok),
-        m_test(test),
-        m_score(score) {}
+  ScoreKernel(const std::vector<Plane>& props, int count, const InlierTest& test,
+              std::vector<int>& score)
+      : m_props(props), m_count(count), m_test(test), m_score(score) {}
   void ProcessRange(int begin, int end, int) override {
     for (int h = begin; h < end; ++h) {
-      int c = 0;
-      for (int s : m_sample)
-        c += m_test(m_props[std::size_t(h)], m_pts[s], m_nrm[std::size_t(s)], m_ok[std::size_t(s)]);
+      const Plane& pl = m_props[std::size_t(h)];
+      int c = -1;
+      if (!std::isnan(pl.d)) {
+        c = 0;
+        for (int s = 0; s < m_count; ++s) c += m_test(pl, s);
+      }
       m_score[std::size_t(h)] = c;
     }
   }
 
  private:
   const std::vector<Plane>& m_props;
-  const std::vector<int>& m_sample;
-  const Point3D* m_pts;
-  const std::vector<Point3D>& m_nrm;
-  const std::vector<unsigned char>& m_ok;
+  int m_count;
   const InlierTest& m_test;
   std::vector<int>& m_score;
 };
@@ -77,22 +77,16 @@ class ScoreKernel : public detail::IBlockKernel {
 // Flags the unlabelled inliers of one plane over all positions.
 class InlierKernel : public detail::IBlockKernel {
  public:
-  InlierKernel(const Plane& pl, const Point3D* pts, const std::vector<Point3D>& nrm,
-               const std::vector<unsigned char>& ok, const std::vector<int>& label,
-               const InlierTest& test, std::vector<unsigned char>& flag)
-      : m_pl(pl), m_pts(pts), m_nrm(nrm), m_ok(ok), m_label(label), m_test(test), m_flag(flag) {}
+  InlierKernel(const Plane& pl, const std::vector<int>& label, const InlierTest& test,
+               std::vector<unsigned char>& flag)
+      : m_pl(pl), m_label(label), m_test(test), m_flag(flag) {}
   void ProcessRange(int begin, int end, int) override {
-    for (int s = begin; s < end; ++s) {
-      const std::size_t u = std::size_t(s);
-      m_flag[u] = m_label[u] == -1 && m_test(m_pl, m_pts[s], m_nrm[u], m_ok[u]);
-    }
+    for (int s = begin; s < end; ++s)
+      m_flag[std::size_t(s)] = m_label[std::size_t(s)] == -1 && m_test(m_pl, s);
   }
 
  private:
   const Plane& m_pl;
-  const Point3D* m_pts;
-  const std::vector<Point3D>& m_nrm;
-  const std::vector<unsigned char>& m_ok;
   const std::vector<int>& m_label;
   const InlierTest& m_test;
   std::vector<unsigned char>& m_flag;
@@ -106,6 +100,22 @@ std::size_t Draw(std::mt19937_64& rng, std::size_t n) {
   do v = rng();
   while (v >= limit);
   return std::size_t(v % n);
+}
+
+// The plane through three points, d NaN when they are (nearly) collinear.
+Plane PlaneThrough(const Point3D& a, const Point3D& b, const Point3D& c) {
+  const double u[3] = {double(b.x()) - a.x(), double(b.y()) - a.y(), double(b.z()) - a.z()};
+  const double v[3] = {double(c.x()) - a.x(), double(c.y()) - a.y(), double(c.z()) - a.z()};
+  const double w[3] = {u[1] * v[2] - u[2] * v[1], u[2] * v[0] - u[0] * v[2],
+                       u[0] * v[1] - u[1] * v[0]};
+  const double lw = std::sqrt(w[0] * w[0] + w[1] * w[1] + w[2] * w[2]);
+  const double lu = std::sqrt(u[0] * u[0] + u[1] * u[1] + u[2] * u[2]);
+  const double lv = std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2] * v[2]);
+  Plane pl{{0, 0, 0}, std::nan("")};
+  if (!(lw > 1e-6 * lu * lv)) return pl;
+  for (int k = 0; k < 3; ++k) pl.n[k] = w[k] / lw;
+  pl.d = -(pl.n[0] * a.x() + pl.n[1] * a.y() + pl.n[2] * a.z());
+  return pl;
 }
 
 }  // namespace
@@ -139,63 +149,82 @@ void FindCloudPlanes(const CCloudIndex& index, const std::vector<Point3D>& norma
   const int m = index.IndexedCount();
   if (n == 0) throw std::invalid_argument("planes: empty cloud");
   if (m == 0) throw std::invalid_argument("planes: the cloud has no finite point");
-  if (normals.size() != std::size_t(n) || normalValid.size() != std::size_t(n))
+  const bool hasNormals = !normals.empty() || !normalValid.empty();
+  if (hasNormals && (normals.size() != std::size_t(n) || normalValid.size() != std::size_t(n)))
     throw std::invalid_argument("planes: normals and flags must hold one entry per point");
-  if (p.minPoints < 3 || p.k < 1 || p.proposals < 1 || std::isnan(p.distance) ||
-      std::isnan(p.maxAngle))
-    throw std::invalid_argument("planes: bad parameters (minPoints >= 3, k >= 1, proposals >= 1)");
+  if (p.minPoints < 3 || p.proposals < 1 || std::isnan(p.distance) || std::isnan(p.maxAngle) ||
+      std::isnan(p.connection))
+    throw std::invalid_argument("planes: bad parameters (minPoints >= 3, proposals >= 1)");
   const int* toInput = index.SortedToInput();
   const Point3D* pts = index.SortedPoints();
-  std::vector<Point3D> nrm(static_cast<std::size_t>(m));
-  std::vector<unsigned char> ok(static_cast<std::size_t>(m)), all(static_cast<std::size_t>(m), 1);
-  for (int s = 0; s < m; ++s) {
-    nrm[std::size_t(s)] = normals[std::size_t(toInput[s])];
-    ok[std::size_t(s)] = normalValid[std::size_t(toInput[s])];
+  std::vector<Point3D> nrm;
+  std::vector<unsigned char> ok;
+  if (hasNormals) {
+    nrm.resize(std::size_t(m));
+    ok.resize(std::size_t(m));
+    for (int s = 0; s < m; ++s) {
+      nrm[std::size_t(s)] = normals[std::size_t(toInput[s])];
+      ok[std::size_t(s)] = normalValid[std::size_t(toInput[s])];
+    }
   }
   out.labels.assign(std::size_t(n), -1);
   out.planes.clear();
-  out.distance = p.distance > 0 ? p.distance : 3.0 * EstimatePointSpacing(index);
-  const InlierTest test{out.distance,
-                        std::cos(std::min(std::fabs(p.maxAngle), 1.5707963267948966))};
+  const double spacing = p.distance > 0 && p.connection > 0 ? 0.0 : EstimatePointSpacing(index);
+  out.distance = p.distance > 0 ? p.distance : 3.0 * spacing;
+  out.connection = p.connection > 0 ? p.connection : 4.0 * spacing;
+  const InlierTest test{out.distance, std::cos(std::min(std::fabs(p.maxAngle), 1.5707963267948966)),
+                        pts, hasNormals ? nrm.data() : nullptr, hasNormals ? ok.data() : nullptr};
   const int slots = detail::ResolveThreadCount(p.nThreads);
 
-  detail::KnnGraph graph;
-  {
-    CPrgCntSubPhase phase(progress, 0.0, 0.5, CPrgCntSubPhase::PhaseFloat);
-    graph.Build(index, p.k, all, slots, progress);
+  double lo[3] = {HUGE_VAL, HUGE_VAL, HUGE_VAL}, hi[3] = {-HUGE_VAL, -HUGE_VAL, -HUGE_VAL};
+  for (int s = 0; s < m; ++s) {
+    const double c[3] = {pts[s].x(), pts[s].y(), pts[s].z()};
+    for (int a = 0; a < 3; ++a) {
+      lo[a] = std::min(lo[a], c[a]);
+      hi[a] = std::max(hi[a], c[a]);
+    }
   }
-  CPrgCntSubPhase phase(progress, 0.5, 0.5, CPrgCntSubPhase::PhaseFloat);
+  // Two labellers: the round's pieces stay put while a piece is regrown with its refit.
+  detail::CellComponents pieces, regrown;
+  pieces.SetGrid(lo, hi, out.connection);
+  regrown.SetGrid(lo, hi, out.connection);
+
   std::vector<int> label(static_cast<std::size_t>(m), -1);
   std::vector<unsigned char> flag(static_cast<std::size_t>(m), 0);
-  std::vector<int> pool, candidates, sample, queue, piece, grown;
+  std::vector<unsigned char> mark(static_cast<std::size_t>(m), 0);
+  std::vector<int> pool, candidates, sample, inliers, piece, grown, items;
+  std::vector<unsigned char> keep;
   std::vector<Plane> props;
   std::vector<int> score;
-  std::vector<Point3D> piecePts, pieceNrm;
+  std::vector<Point3D> piecePts, pieceNrm, samplePts, sampleNrm;
+  std::vector<unsigned char> sampleOk;
   std::mt19937_64 rng(p.seed);
   std::unique_ptr<IPlaneAppoximator> approx(
       IPlaneAppoximator::CreateByConstraint(PLANE_FIT_UNCONSTRAINED));
   int failed = 0, labelled = 0;
 
-  // Grows from `from` over unlabelled points that pass the test against pl and are joined
-  // by the graph; the region goes to `region`, its points are marked in `mark` (cleared
-  // again by the caller through region).
-  std::vector<unsigned char> mark(static_cast<std::size_t>(m), 0);
+  // Flags the unlabelled inliers of pl into `flag` and lists them in `list`.
+  auto collect = [&](const Plane& pl, std::vector<int>& list) {
+    InlierKernel ik(pl, label, test, flag);
+    detail::RunBlocks(m, 8192, slots, nullptr, ik);
+    list.clear();
+    for (int s = 0; s < m; ++s)
+      if (flag[std::size_t(s)]) list.push_back(s);
+  };
+
+  // The region grown from `from` with pl: the connected pieces of pl's unlabelled inliers
+  // that hold a point of `from`.
   auto grow = [&](const std::vector<int>& from, const Plane& pl, std::vector<int>& region) {
+    collect(pl, items);
+    for (int s : from) mark[std::size_t(s)] = 1;
+    const int comps = regrown.Label(pts, items.data(), int(items.size()));
+    keep.assign(std::size_t(comps), 0);
+    for (std::size_t i = 0; i < items.size(); ++i)
+      if (mark[std::size_t(items[i])]) keep[std::size_t(regrown.ComponentOf(int(i)))] = 1;
+    for (int s : from) mark[std::size_t(s)] = 0;
     region.clear();
-    for (int s : from)
-      if (!mark[std::size_t(s)] && label[std::size_t(s)] == -1 &&
-          test(pl, pts[s], nrm[std::size_t(s)], ok[std::size_t(s)])) {
-        mark[std::size_t(s)] = 1;
-        region.push_back(s);
-      }
-    for (std::size_t h = 0; h < region.size(); ++h)
-      graph.ForEach(region[h], [&](int t) {
-        const std::size_t u = std::size_t(t);
-        if (mark[u] || label[u] != -1 || !test(pl, pts[t], nrm[u], ok[u])) return;
-        mark[u] = 1;
-        region.push_back(t);
-      });
-    for (int s : region) mark[std::size_t(s)] = 0;
+    for (std::size_t i = 0; i < items.size(); ++i)
+      if (keep[std::size_t(regrown.ComponentOf(int(i)))]) region.push_back(items[i]);
   };
 
   while (int(out.planes.size()) < p.maxPlanes && failed < kFailedRoundsToStop) {
@@ -205,18 +234,28 @@ void FindCloudPlanes(const CCloudIndex& index, const std::vector<Point3D>& norma
     for (int s = 0; s < m; ++s)
       if (label[std::size_t(s)] == -1) {
         pool.push_back(s);
-        if (ok[std::size_t(s)]) candidates.push_back(s);
+        if (hasNormals && ok[std::size_t(s)]) candidates.push_back(s);
       }
-    if (int(pool.size()) < p.minPoints || candidates.empty()) break;
-    // (1) proposals from oriented points, scored on a random sample of the pool.
+    if (int(pool.size()) < p.minPoints || (hasNormals && candidates.empty())) break;
+    // (1) proposals, scored on a random sample of the pool.
     props.resize(std::size_t(p.proposals));
     for (Plane& pl : props) {
-      const int s = candidates[Draw(rng, candidates.size())];
-      const Point3D& q = nrm[std::size_t(s)];
-      pl.n[0] = q.x();
-      pl.n[1] = q.y();
-      pl.n[2] = q.z();
-      pl.d = -(pl.n[0] * pts[s].x() + pl.n[1] * pts[s].y() + pl.n[2] * pts[s].z());
+      if (hasNormals) {
+        const int s = candidates[Draw(rng, candidates.size())];
+        const Point3D& q = nrm[std::size_t(s)];
+        pl.n[0] = q.x();
+        pl.n[1] = q.y();
+        pl.n[2] = q.z();
+        pl.d = -(pl.n[0] * pts[s].x() + pl.n[1] * pts[s].y() + pl.n[2] * pts[s].z());
+        continue;
+      }
+      for (int attempt = 0; attempt < 16; ++attempt) {
+        const int a = pool[Draw(rng, pool.size())];
+        const int b = pool[Draw(rng, pool.size())];
+        const int c = pool[Draw(rng, pool.size())];
+        pl = PlaneThrough(pts[a], pts[b], pts[c]);
+        if (!std::isnan(pl.d)) break;
+      }
     }
     sample.clear();
     if (int(pool.size()) <= p.scoreSamples) {
@@ -224,48 +263,53 @@ void FindCloudPlanes(const CCloudIndex& index, const std::vector<Point3D>& norma
     } else {
       for (int i = 0; i < p.scoreSamples; ++i) sample.push_back(pool[Draw(rng, pool.size())]);
     }
+    // The sample copied together: every proposal reads it in turn.
+    samplePts.clear();
+    sampleNrm.clear();
+    sampleOk.clear();
+    for (int s : sample) {
+      samplePts.push_back(pts[s]);
+      if (!hasNormals) continue;
+      sampleNrm.push_back(nrm[std::size_t(s)]);
+      sampleOk.push_back(ok[std::size_t(s)]);
+    }
+    const InlierTest sampleTest{test.distance, test.cosMin, samplePts.data(),
+                                hasNormals ? sampleNrm.data() : nullptr,
+                                hasNormals ? sampleOk.data() : nullptr};
     score.assign(props.size(), 0);
-    ScoreKernel sk(props, sample, pts, nrm, ok, test, score);
+    ScoreKernel sk(props, int(sample.size()), sampleTest, score);
     detail::RunBlocks(int(props.size()), 8, slots, nullptr, sk);
     const std::size_t best =
         std::size_t(std::max_element(score.begin(), score.end()) - score.begin());
+    if (score[best] < 0) break;  // no triple of the pool spans a plane
     const Plane proposal = props[best];
     // (2) inliers in the whole pool, split into connected pieces.
-    InlierKernel ik(proposal, pts, nrm, ok, label, test, flag);
-    detail::RunBlocks(m, 8192, slots, nullptr, ik);
+    collect(proposal, inliers);
+    const int nPieces = pieces.Label(pts, inliers.data(), int(inliers.size()));
     int found = 0;
-    for (int start = 0; start < m; ++start) {
-      if (!flag[std::size_t(start)]) continue;
-      piece.clear();
-      piece.push_back(start);
-      flag[std::size_t(start)] = 0;
-      for (std::size_t h = 0; h < piece.size(); ++h)
-        graph.ForEach(piece[h], [&](int t) {
-          if (flag[std::size_t(t)]) {
-            flag[std::size_t(t)] = 0;
-            piece.push_back(t);
-          }
-        });
+    for (int c = 0; c < nPieces && int(out.planes.size()) < p.maxPlanes; ++c) {
       // Points an earlier piece of this round took by regrowing are gone.
-      piece.erase(std::remove_if(piece.begin(), piece.end(),
-                                 [&](int s) { return label[std::size_t(s)] != -1; }),
-                  piece.end());
+      piece.clear();
+      for (int i = pieces.Begin(c); i < pieces.Begin(c + 1); ++i) {
+        const int s = pieces.Members()[i];
+        if (label[std::size_t(s)] == -1) piece.push_back(s);
+      }
       if (int(piece.size()) < p.minPoints) continue;
-      if (int(out.planes.size()) >= p.maxPlanes) break;
       // (3) the least-squares refit, kept only when regrowing with it loses no point.
       auto fit = [&](const std::vector<int>& region, CPlaneEquation& eq) {
         piecePts.clear();
         pieceNrm.clear();
         for (int s : region) {
           piecePts.push_back(pts[s]);
+          if (!hasNormals) continue;
           const Point3D& q = nrm[std::size_t(s)];
           const double side = q.x() * proposal.n[0] + q.y() * proposal.n[1] + q.z() * proposal.n[2];
           pieceNrm.push_back(side < 0 ? Point3D(-q.x(), -q.y(), -q.z()) : q);
         }
         CPtVecAdapder ap(piecePts), an(pieceNrm);
-        approx->AddPoints(ap, &an);
+        approx->AddPoints(ap, hasNormals ? &an : nullptr);
         approx->CalcPlane(eq);
-        approx->RemovePoints(ap, &an);
+        approx->RemovePoints(ap, hasNormals ? &an : nullptr);
       };
       CPlaneEquation eq;
       fit(piece, eq);
@@ -312,15 +356,10 @@ void FindCloudPlanes(const CCloudIndex& index, const std::vector<Point3D>& norma
       labelled += pl.inliers;
       ++found;
     }
-    std::fill(flag.begin(), flag.end(), 0);
     if (found == 0) {
       // No piece was large enough: take the proposal's inliers out of later proposals so
-      // the next rounds look elsewhere.
-      InlierKernel again(proposal, pts, nrm, ok, label, test, flag);
-      detail::RunBlocks(m, 8192, slots, nullptr, again);
-      for (int s = 0; s < m; ++s)
-        if (flag[std::size_t(s)]) label[std::size_t(s)] = kExcluded;
-      std::fill(flag.begin(), flag.end(), 0);
+      // the next rounds look elsewhere (nothing was labelled: they are all still there).
+      for (int s : inliers) label[std::size_t(s)] = kExcluded;
       ++failed;
     } else {
       failed = 0;

@@ -24,6 +24,7 @@ namespace {
 struct PlanesOptions {
   CommonOptions common;
   double distance = 0;
+  double connection = 0;
   double angle = 10;
   int minPoints = 50;
   int maxPlanes = 100;
@@ -84,6 +85,7 @@ void RunPlanes(const PlanesOptions& o, Job& job) {
 
   REmath::CCloudPlaneParams pp;
   pp.distance = o.distance;
+  pp.connection = o.connection;
   pp.maxAngle = o.angle * 0.017453292519943295;
   pp.minPoints = o.minPoints;
   pp.maxPlanes = o.maxPlanes;
@@ -112,6 +114,7 @@ void RunPlanes(const PlanesOptions& o, Job& job) {
   Json list = Json::Object();
   list["input"] = job.input;
   list["distance"] = planes.distance;
+  list["connection"] = planes.connection;
   list["max_angle_deg"] = o.angle;
   list["seed"] = o.seed;
   Json& items = list["planes"] = Json::Array();
@@ -134,6 +137,8 @@ void RunPlanes(const PlanesOptions& o, Job& job) {
   r["point_spacing"] = spacing;
   r["distance"] = planes.distance;
   r["distance_source"] = o.distance > 0 ? "given" : "3 x point spacing";
+  r["connection"] = planes.connection;
+  r["connection_source"] = o.connection > 0 ? "given" : "4 x point spacing";
   r["planes"] = planes.planes.size();
   r["labelled_points"] = labelled;
   r["non_finite_points"] = nonFinite;
@@ -141,10 +146,12 @@ void RunPlanes(const PlanesOptions& o, Job& job) {
   r["planes_json"] = jsonPath;
   if (accuracy.GetKind() != Json::Kind::Null) r["accuracy"] = accuracy;
   job.Say(
-      "%s: %d points, median point spacing %.4g, distance %.4g (%s), angle %g deg, normals %s, "
-      "%d threads",
+      "%s: %d points, median point spacing %.4g, distance %.4g (%s), connection %.4g (%s), "
+      "angle %g deg, normals %s, %d threads",
       job.input.c_str(), cloud.Size(), spacing, planes.distance,
-      o.distance > 0 ? "given" : "default: 3 x spacing", o.angle, normalsHow.c_str(), job.threads);
+      o.distance > 0 ? "given" : "default: 3 x spacing", planes.connection,
+      o.connection > 0 ? "given" : "default: 4 x spacing", o.angle, normalsHow.c_str(),
+      job.threads);
   job.Say("  %zu planes, %d points on a plane, %d left over", planes.planes.size(), labelled,
           cloud.Size() - labelled);
   if (!truth.empty()) job.Say("  %s", truth.c_str());
@@ -162,6 +169,10 @@ void AddPlanesCommand(CLI::App& app, Runner& run) {
   AddCommonOptions(*sub, o->common, true, true);
   sub->add_option("--distance", o->distance,
                   "Largest point-to-plane distance (default: 3 x the median point spacing)")
+      ->check(CLI::PositiveNumber);
+  sub->add_option("--connection", o->connection,
+                  "Largest gap within one plane: the edge of the grid cells that split a plane's "
+                  "points into connected pieces (default: 4 x the median point spacing)")
       ->check(CLI::PositiveNumber);
   sub->add_option("--angle", o->angle, "Largest normal deviation from the plane, degrees")
       ->default_val(10)
