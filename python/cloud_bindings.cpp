@@ -41,8 +41,9 @@ py::array_t<float> PointsArray(std::vector<Point3D>&& v) {
 int Threads(int threads) { return threads < 1 ? 0 : threads; }
 
 // Builds the neighbour index of the points (the first 10 % of the counter's phase).
-void BuildIndex(const CPointsView& pts, REmath::CCloudIndex& index, CProgressCounter* counter) {
-  InPhase(counter, 0.0, 0.1, [&] { index.Build(pts.data(), pts.Size(), counter); });
+void BuildIndex(const CPointsView& pts, REmath::CCloudIndex& index, CProgressCounter* counter,
+                int nThreads) {
+  InPhase(counter, 0.0, 0.1, [&] { index.Build(pts.data(), pts.Size(), counter, nThreads); });
 }
 
 // Normals of every point (covariance method, k = 16), as `normals` computes them by
@@ -232,7 +233,7 @@ py::tuple Normals(const py::handle& points, int k, const std::string& method,
   REmath::CCloudNormals out;
   RunCancellable(progress, [&](CProgressCounter* counter) {
     REmath::CCloudIndex index;
-    BuildIndex(pts, index, counter);
+    BuildIndex(pts, index, counter, params.nThreads);
     InPhase(counter, 0.1, doOrient ? 0.6 : 0.9,
             [&] { REmath::ComputeCloudNormals(index, params, out, counter); });
     if (doOrient)
@@ -256,7 +257,7 @@ py::dict Curvature(const py::handle& points, const py::object& normals, int k, d
   REmath::CCloudCurvatures out;
   RunCancellable(progress, [&](CProgressCounter* counter) {
     REmath::CCloudIndex index;
-    BuildIndex(pts, index, counter);
+    BuildIndex(pts, index, counter, params.nThreads);
     REmath::CCloudNormals computed;
     if (normals.is_none()) {
       DefaultNormals(index, true, computed, params.nThreads, counter, 0.1, 0.4);
@@ -306,7 +307,7 @@ py::tuple Planes(const py::handle& points, const py::object& normals, const py::
   REmath::CCloudPlanes out;
   RunCancellable(progress, [&](CProgressCounter* counter) {
     REmath::CCloudIndex index;
-    BuildIndex(pts, index, counter);
+    BuildIndex(pts, index, counter, params.nThreads);
     if (normals.is_none()) {
       REmath::CCloudNormals computed;
       DefaultNormals(index, false, computed, params.nThreads, counter, 0.1, 0.4);
@@ -372,7 +373,7 @@ py::tuple Reconstruct(const py::handle& points, const py::object& normals, const
       // which the reconstruction skips.
       if (pts.Size() < 3) throw std::invalid_argument("reconstruct: fewer than 3 points");
       REmath::CCloudIndex index;
-      BuildIndex(pts, index, counter);
+      BuildIndex(pts, index, counter, params.nThreads);
       REmath::CCloudNormals computed;
       DefaultNormals(index, true, computed, params.nThreads, counter, 0.1, 0.3);
       cloud.Normals() = std::move(computed.normals);

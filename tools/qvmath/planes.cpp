@@ -69,7 +69,7 @@ void RunPlanes(const PlanesOptions& o, Job& job) {
   REmath::CCloudIndex index;
   {
     CPrgCntSubPhase phase(&progress, 0.0, 0.1, CPrgCntSubPhase::PhaseFloat);
-    index.Build(cloud.Positions().data(), cloud.Size(), &progress);
+    index.Build(cloud.Positions().data(), cloud.Size(), &progress, job.threads);
   }
   job.report["timings"]["index"] = clock.Lap();
   const double spacing = REmath::EstimatePointSpacing(index);
