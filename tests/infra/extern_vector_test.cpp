@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: MIT
-#include <dirent.h>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <qvmath/infra/extern_vector.h>
@@ -9,6 +8,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <memory>
@@ -83,21 +83,9 @@ class ExternVectorTest : public ::testing::Test {
     EXPECT_EQ(rmdir(m_dir.c_str()), 0) << "files left in " << m_dir;
     m_oldTmp.empty() ? unsetenv("TMP") : setenv("TMP", m_oldTmp.c_str(), 1);
   }
-  // Descriptors of this process open on a deleted vector file in the test directory.
-  int VectorFiles() const {
-    int n = 0;
-    const std::string prefix = m_dir + "/Korva_FileVectorVoid", deleted = " (deleted)";
-    DIR* d = opendir("/proc/self/fd");
-    while (const dirent* e = d ? readdir(d) : nullptr) {
-      char link[4096];
-      const std::string fd = "/proc/self/fd/" + std::string(e->d_name);
-      const ssize_t len = readlink(fd.c_str(), link, sizeof link);
-      const std::string t(link, static_cast<std::size_t>(std::max<ssize_t>(len, 0)));
-      n += t.rfind(prefix, 0) == 0 && t.size() > deleted.size() &&
-           t.compare(t.size() - deleted.size(), deleted.size(), deleted) == 0;
-    }
-    if (d) closedir(d);
-    return n;
+  // Descriptors this process has open (the vector's file is one while it exists).
+  static long OpenFiles() {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
   }
   std::string m_dir, m_oldTmp;
 };
@@ -225,7 +213,7 @@ TEST_F(ExternVectorTest, Failure_EveryFailureIsBadAlloc) {
   v->resize(0, nullptr);
   v->reserve(0);
   EXPECT_EQ(v->capacity(), 0u);
-  EXPECT_EQ(VectorFiles(), 0);  // no file before the first growth
+  const long files = OpenFiles();  // no file before the first growth
 
   // No temporary directory: the file cannot be made.
   setenv("TMP", (m_dir + "/missing").c_str(), 1);
@@ -233,9 +221,9 @@ TEST_F(ExternVectorTest, Failure_EveryFailureIsBadAlloc) {
   setenv("TMP", m_dir.c_str(), 1);
   v->reserve(1);
   EXPECT_EQ(v->capacity(), 1u);
-  EXPECT_EQ(VectorFiles(), 1);  // open, named with the prefix, deleted
+  EXPECT_TRUE(OpenFiles() == files + 1 && std::filesystem::is_empty(m_dir));  // open, deleted
   v->clear();
-  EXPECT_EQ(VectorFiles(), 0);
+  EXPECT_EQ(OpenFiles(), files);
   v->resize(3, Bytes(8, 1).data());  // usable again after clear
   EXPECT_EQ(Read(*v, 2, 8), Bytes(8, 1));
 }
