@@ -44,19 +44,6 @@ struct Interval {
   long begin, end;
 };
 
-class TestProcessor;
-
-class TestWorker : public CBlockWorker {
- public:
-  TestWorker(TestProcessor* p, bool threaded);
-  ~TestWorker() override;
-  int ProcessFragment(IKorvaFragmentDescriptor_Old& d, IKorvaFragment_Old* f) override;
-  void FinishBlock(IKorvaFragmentDescriptor_Old& d, IKorvaFragment_Old* f) override;
-
- private:
-  TestProcessor* m_p;
-};
-
 // The host's processor: configurable costs, failures and checks; records what happened.
 class TestProcessor : public CBlockProcessor {
  public:
@@ -87,10 +74,7 @@ class TestProcessor : public CBlockProcessor {
   std::atomic<int> sectionViolations{0}, applyCalls{0};
   std::atomic<int> interrupted{0}, threadedMade{0};
 
-  CBlockWorker* CreateWorker(bool threaded) override {
-    threadedMade += threaded;
-    return new TestWorker(this, threaded);
-  }
+  CBlockWorker* CreateWorker(bool threaded) override;
   void PreliminaryGlobalActions() override { calls.push_back("global-begin"); }
   void PreliminaryPassActions() override {
     calls.push_back("pass-begin");
@@ -142,11 +126,20 @@ class TestProcessor : public CBlockProcessor {
   }
 };
 
-TestWorker::TestWorker(TestProcessor* p, bool threaded) : CBlockWorker(p, threaded), m_p(p) {
-  ++m_p->workersAlive;
-}
+struct TestWorker : CBlockWorker {
+  TestWorker(TestProcessor* p, bool threaded) : CBlockWorker(p, threaded), m_p(p) {
+    ++m_p->workersAlive;
+  }
+  ~TestWorker() override { --m_p->workersAlive; }
+  int ProcessFragment(IKorvaFragmentDescriptor_Old& d, IKorvaFragment_Old* f) override;
+  void FinishBlock(IKorvaFragmentDescriptor_Old&, IKorvaFragment_Old*) override {}
+  TestProcessor* m_p;
+};
 
-TestWorker::~TestWorker() { --m_p->workersAlive; }
+CBlockWorker* TestProcessor::CreateWorker(bool threaded) {
+  threadedMade += threaded;
+  return new TestWorker(this, threaded);
+}
 
 int TestWorker::ProcessFragment(IKorvaFragmentDescriptor_Old& d, IKorvaFragment_Old* f) {
   const int id = IdOf(d);
@@ -181,8 +174,6 @@ int TestWorker::ProcessFragment(IKorvaFragmentDescriptor_Old& d, IKorvaFragment_
   auto code = m_p->resultCode.find(id);
   return code == m_p->resultCode.end() ? 0 : code->second;
 }
-
-void TestWorker::FinishBlock(IKorvaFragmentDescriptor_Old&, IKorvaFragment_Old*) {}
 
 // 0: serial; n: n worker threads (a count above one alone turns parallel processing on).
 void Configure(TestProcessor& p, int threads) {

@@ -124,12 +124,12 @@ TEST_F(ExternVectorTest, Properties_RandomOperationsMatchAnInMemoryOracle) {
       for (unsigned char& c : b) c = static_cast<unsigned char>(rng.Int(0, 255));
       return b;
     };
+    auto below = [&](std::size_t n) { return static_cast<unsigned int>(rng.Int(0, int(n) - 1)); };
     for (int step = 0; step < 3000; ++step) {
       const int op = rng.Int(0, 99);
       const unsigned int size = static_cast<unsigned int>(file.size());
       if (op < 6) {  // resize
-        const unsigned int count =
-            static_cast<unsigned int>(rng.Int(0, static_cast<int>(maxCount)));
+        const unsigned int count = below(maxCount + 1);
         const bool withFill = rng.Int(0, 3) != 0;
         const Bytes fill = randomBytes();
         v->resize(count, withFill ? fill.data() : nullptr);
@@ -143,15 +143,14 @@ TEST_F(ExternVectorTest, Properties_RandomOperationsMatchAnInMemoryOracle) {
         }
         file.resize(count, withFill ? fill : Bytes());
       } else if (op < 8) {  // reserve
-        const unsigned int count =
-            static_cast<unsigned int>(rng.Int(0, static_cast<int>(maxCount)));
+        const unsigned int count = below(maxCount + 1);
         v->reserve(count);
         expectedCapacity = std::max(expectedCapacity, count);
       } else if (op < 10 && !dropped.empty()) {  // release of a dropped lock: no effect
         v->release(rng.Int(0, 1) != 0, dropped.back());
         dropped.pop_back();
       } else if (op < 40 && size > 0) {  // lock
-        const unsigned int i = static_cast<unsigned int>(rng.Int(0, static_cast<int>(size) - 1));
+        const unsigned int i = below(size);
         void* h = nullptr;
         unsigned char* p = static_cast<unsigned char*>(v->lock(i, h));
         auto it = live.find(i);
@@ -166,15 +165,15 @@ TEST_F(ExternVectorTest, Properties_RandomOperationsMatchAnInMemoryOracle) {
           live[i] = Live{h, p, 1, false};
         }
       } else if (op < 50 && !live.empty()) {  // add a reference
-        auto it = std::next(live.begin(), rng.Int(0, static_cast<int>(live.size()) - 1));
+        auto it = std::next(live.begin(), below(live.size()));
         ASSERT_EQ(v->addRef(it->second.handle), it->second.buf);
         ++it->second.count;
       } else if (op < 65 && !live.empty()) {  // write into a locked buffer
-        auto it = std::next(live.begin(), rng.Int(0, static_cast<int>(live.size()) - 1));
+        auto it = std::next(live.begin(), below(live.size()));
         const Bytes b = randomBytes();
         std::memcpy(it->second.buf, b.data(), es);
       } else if (!live.empty()) {  // release
-        auto it = std::next(live.begin(), rng.Int(0, static_cast<int>(live.size()) - 1));
+        auto it = std::next(live.begin(), below(live.size()));
         const bool modified = rng.Int(0, 2) == 0;
         Live& l = it->second;
         l.dirty = l.dirty || modified;
