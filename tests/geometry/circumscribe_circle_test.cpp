@@ -76,7 +76,7 @@ TEST(CircumscribeCircleTest, Properties_MatchesCgalCircumcenter) {
   EXPECT_GT(checked, 2000);
 }
 
-TEST(CircumscribeCircleTest, Degenerate_SentinelAndCentreUntouchedOnFailure) {
+TEST(CircumscribeCircleTest, Degenerate_NoCircleOrCentreTooFarGivesTheSentinel) {
   // Collinear and coincident points.
   const float lines[2][9] = {{0, 0, 0, 1, 1, 1, 3, 3, 3}, {2, 2, 2, 2, 2, 2, 2, 2, 2}};
   for (const auto& l : lines) {
@@ -88,9 +88,6 @@ TEST(CircumscribeCircleTest, Degenerate_SentinelAndCentreUntouchedOnFailure) {
     EXPECT_TRUE(r == kSentinel && centre[0] == 7.0f && centre[2] == 9.0f);
     EXPECT_TRUE(rd == double(kSentinel) && cd[1] == 8.0);  // the float sentinel, widened
   }
-}
-
-TEST(CircumscribeCircleTest, Degenerate_CentreTooFarFromTheTriangle) {
   // Flat obtuse triangles: the rejection follows the largest barycentric coordinate of the
   // centre, 1000 being the bound.
   qvtest::TestRng rng(5323);

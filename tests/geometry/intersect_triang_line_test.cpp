@@ -127,9 +127,7 @@ TEST(IntersectTriangLineTest, Regions_BoundaryAndParallelCases) {
     bool hit;
     float x[3];
   } cases[] = {{{1, 0, 5}, down, true, {1, 0, 0}},
-               {{0, 1, -5}, down, true, {0, 1, 0}},
-               {{0, 0, 2}, down, true, {0, 0, 0}},
-               {{0.5f, 0.5f, 1}, down, true, {0.5f, 0.5f, 0}},
+               {{0.5f, 0.5f, -1}, down, true, {0.5f, 0.5f, 0}},
                {{0.75f, 0.5f, 3}, down, false, {0.75f, 0.5f, 0}},
                {{0.1f, 0.1f, 0}, inPlane, false, {7, 7, 7}}};
   for (const auto& c : cases) {
@@ -139,7 +137,7 @@ TEST(IntersectTriangLineTest, Regions_BoundaryAndParallelCases) {
   }
   bool inside = false;
   float over = -1, dist2 = -1, X[3] = {7, 7, 7};
-  EXPECT_FALSE(IntersectTriangLineFree(A, B, C, cases[5].p, inPlane, X, 1.0f, inside, over, dist2));
+  EXPECT_FALSE(IntersectTriangLineFree(A, B, C, cases[3].p, inPlane, X, 1.0f, inside, over, dist2));
   EXPECT_TRUE(X[0] == 7.0f && over == -1.0f);
 }
 

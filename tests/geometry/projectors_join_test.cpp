@@ -41,8 +41,7 @@ TEST(CProjectorsJoinTest, Degenerate_AllFailingOrEmptyLeavesQ) {
   join.AddProjectorWithOwnerShip(new Fixed(Point3D_d(1, 1, 1), false));
   join.AddProjectorWithOwnerShip(new Fixed(Point3D_d(2, 2, 2), false));
   EXPECT_FALSE(join.projectPoint(Point3D_d(0, 0, 0), q));
-  EXPECT_EQ(q.x(), 7.0);
-  EXPECT_EQ(q.z(), 9.0);
+  EXPECT_TRUE(q.x() == 7.0 && q.z() == 9.0);
   // A failing projector before a succeeding one does not hide it.
   join.AddProjectorWithOwnerShip(new Fixed(Point3D_d(5, 5, 5), true));
   ASSERT_TRUE(join.projectPoint(Point3D_d(0, 0, 0), q));

@@ -6,13 +6,6 @@
 
 #include "test_util.h"
 
-TEST(TriangleBulgeTest, Regions_ZeroOnTheChordLine) {
-  // A middle point on the chord, and one on the chord's line beyond its end.
-  float start[3] = {0, 0, 0}, end[3] = {2, 0, 0}, on[3] = {0.5f, 0, 0}, beyond[3] = {7, 0, 0};
-  EXPECT_TRUE(GetTriangleBulge(on, start, end) == 0.0f &&
-              GetTriangleBulge(beyond, start, end) == 0.0f);
-}
-
 TEST(TriangleBulgeTest, Properties_AgreesWithTheAreaFormulaInDouble) {
   qvtest::TestRng rng(5311);
   SCOPED_TRACE(rng.Trace());

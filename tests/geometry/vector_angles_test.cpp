@@ -53,7 +53,7 @@ TEST(VectorAnglesTest, Properties_PointInPlane) {
   EXPECT_FALSE(PointInPlane(Point3D_d(1.0, 1.0, 1.5), q, n, 0.5));
 }
 
-TEST(VectorAnglesTest, Properties_CosABCAgainstDouble) {
+TEST(VectorAnglesTest, Properties_CosABCAgainstDoubleAndSentinel) {
   qvtest::TestRng rng(5502);
   SCOPED_TRACE(rng.Trace());
   for (int trial = 0; trial < 2000; ++trial) {
@@ -67,9 +67,6 @@ TEST(VectorAnglesTest, Properties_CosABCAgainstDouble) {
     const double scale = 100 / std::sqrt(std::min(qvtest::Norm2(ba), qvtest::Norm2(bc)));
     EXPECT_NEAR(cos_ABC(a, b, c), ref, 32 * qvtest::Eps<float>() * (1 + scale));
   }
-}
-
-TEST(VectorAnglesTest, Degenerate_CosABCSentinel) {
   const Point3D a(1.0f, 2.0f, 3.0f), c(4.0f, 5.0f, 7.0f);
   EXPECT_EQ(cos_ABC(a, a, c), 6.66e19f);  // kCosUndefined
   EXPECT_EQ(cos_ABC(a, c, c), kCosUndefined);
@@ -91,7 +88,7 @@ double DihedralSignedCos2(const V3& a, const V3& b, const V3& c, const V3& d) {
   return q <= 0 ? -r : r;
 }
 
-TEST(VectorAnglesTest, Properties_SemiPlanarAgainstDihedralAngle) {
+TEST(VectorAnglesTest, Properties_SemiPlanarAgainstDihedralAngleAndSentinel) {
   qvtest::TestRng rng(5503);
   SCOPED_TRACE(rng.Trace());
   for (int trial = 0; trial < 2000; ++trial) {
@@ -106,11 +103,7 @@ TEST(VectorAnglesTest, Properties_SemiPlanarAgainstDihedralAngle) {
       EXPECT_EQ(SemiPlanarScalarProd(a, b, c, d) > 0, ref > 0);
     }
   }
-}
-
-TEST(VectorAnglesTest, Degenerate_SemiPlanarSentinelAndZeroEdge) {
   const Point3D a(0.0f, 0.0f, 0.0f), b(1.0f, 0.0f, 0.0f), c(0.0f, 1.0f, 0.0f);
-  // d on the edge line: its perpendicular vanishes.
   // d or c on the edge line, or one perpendicular 1e-7 long against 1 (squared ratio 1e-14
   // below 1e-12): the sentinel.
   for (const Point3D& d : {Point3D(3.0f, 0.0f, 0.0f), Point3D(0.5f, 0.0f, 1e-7f)})

@@ -21,21 +21,13 @@ using qvtest::RecordingLog;
 namespace {
 
 // Claims to have written `n` bytes without storing them (payloads of gigabytes).
-class ClaimFilter : public KvF::IComponentFilter {
- public:
-  ClaimFilter(MemoryStream& stream, std::int64_t n) : m_stream(&stream), m_n(n) {}
-
- private:
+struct ClaimFilter : PayloadFilter {
+  ClaimFilter(MemoryStream& s, std::int64_t n) : PayloadFilter(s, "Claim", 0), m_s(s), m_n(n) {}
   std::int64_t OnSave() override {
-    if (m_n > 0) m_stream->Advance(static_cast<std::uint64_t>(m_n));
+    if (m_n > 0) m_s.Advance(static_cast<std::uint64_t>(m_n));
     return m_n;
   }
-  std::int64_t OnLoad(KvF::IDeltaStateLogger&) override { return 0; }
-  std::wstring OnGetComponentName() const override { return L"claim"; }
-  std::string OnGetBlockMark() const override { return "Claim"; }
-  int OnGetVersion() const override { return 0; }
-  IKorvaBinaryStream& OnGetStream() override { return *m_stream; }
-  MemoryStream* m_stream;
+  MemoryStream& m_s;
   std::int64_t m_n;
 };
 
@@ -63,9 +55,11 @@ TEST(InnerHeaderWrapperTest, RoundTrip_KnownBlocksLoadUnknownOnesAreSkippedAndLo
   std::vector<unsigned char> big(1000);
   for (unsigned char& c : big) c = static_cast<unsigned char>(rng.Int(0, 255));
 
-  // Block layout: A(1000) B(37) stub(0) A'(3) nested(128 + 4).
+  // Block layout: A(1000) B(37) stub(0) long mark(3) nested(128 + 4). A mark longer than 29
+  // is stored cut and terminated, and so never matches on load.
+  const std::string longMark(35, 'm');
   PayloadFilter a(stream, "A", 1, big), b(stream, "B", 2, std::vector<unsigned char>(37, 0xB)),
-      a2(stream, "A", 1, {1, 2, 3}), inner(stream, "In", 7, {4, 4, 4, 4});
+      a2(stream, longMark, 1, {1, 2, 3}), inner(stream, "In", 7, {4, 4, 4, 4});
   KvF::CComponentFilterStub stub(L"stub", stream);
   CInnerHeaderWrapper innerWrap(&inner, nullptr, L"inner");
   std::int64_t written = 0;
@@ -75,11 +69,13 @@ TEST(InnerHeaderWrapperTest, RoundTrip_KnownBlocksLoadUnknownOnesAreSkippedAndLo
   }
   EXPECT_EQ(written, 1128 + 165 + 128 + 131 + 260);
   EXPECT_EQ(stream.getPosition(), written);
+  EXPECT_EQ(std::string(stream.Bytes().begin() + 1421 + 22, stream.Bytes().begin() + 1421 + 52),
+            longMark.substr(0, 29) + '\0');
   stream.Rewind();
 
   RecordingLog log;
   qvtest::NullDeltaLogger logger;
-  PayloadFilter readA(stream, "A", 1), readB3(stream, "B", 3), readX(stream, "X", 1),
+  PayloadFilter readA(stream, "A", 1), readB3(stream, "B", 3), readX(stream, longMark, 1),
       readIn(stream, "In", 7);
   readA.loadSize = 1000;
   readIn.loadSize = 4;
@@ -89,7 +85,7 @@ TEST(InnerHeaderWrapperTest, RoundTrip_KnownBlocksLoadUnknownOnesAreSkippedAndLo
   EXPECT_EQ(readA.loaded, big);
   EXPECT_EQ(CInnerHeaderWrapper(&readB3, &log, L"b").Load(logger), 165);    // other version
   EXPECT_EQ(CInnerHeaderWrapper(stream, &log, L"stub").Load(logger), 128);  // skip-only
-  EXPECT_EQ(CInnerHeaderWrapper(&readX, &log, L"").Load(logger), 131);      // other mark
+  EXPECT_EQ(CInnerHeaderWrapper(&readX, &log, L"").Load(logger), 131);      // long mark
   EXPECT_EQ(CInnerHeaderWrapper(&readInWrap, &log, L"outer").Load(logger), 260);
   EXPECT_EQ(readIn.loaded, (std::vector<unsigned char>{4, 4, 4, 4}));
   EXPECT_EQ(stream.getPosition(), written);
@@ -98,22 +94,6 @@ TEST(InnerHeaderWrapperTest, RoundTrip_KnownBlocksLoadUnknownOnesAreSkippedAndLo
   ASSERT_EQ(log.entries.size(), 2u);
   EXPECT_EQ(log.entries[0], std::make_pair(std::wstring(L"b"), KvF::kSaveLoadLogSkipped));
   EXPECT_EQ(log.entries[1], std::make_pair(std::wstring(L"stub"), 2));
-}
-
-TEST(InnerHeaderWrapperTest, Quirk_MarkLongerThan29NeverMatchesOnLoad) {
-  MemoryStream stream;
-  const std::string longMark(35, 'm');
-  PayloadFilter sub(stream, longMark, 0, {1, 2});
-  CInnerHeaderWrapper(&sub, nullptr, L"long").Save();
-  const std::vector<unsigned char>& b = stream.Bytes();
-  EXPECT_EQ(std::string(b.begin() + 22, b.begin() + 52),
-            longMark.substr(0, 29) + '\0');  // cut, terminated
-  stream.Rewind();
-  RecordingLog log;
-  qvtest::NullDeltaLogger logger;
-  EXPECT_EQ(CInnerHeaderWrapper(&sub, &log, L"long").Load(logger), 130);
-  EXPECT_EQ(sub.loads, 0);
-  EXPECT_EQ(log.entries.size(), 1u);
 }
 
 TEST(InnerHeaderWrapperTest, Rejected_UnrecognisedHeadersAndWrongCounts) {
@@ -188,11 +168,6 @@ TEST(InnerHeaderWrapperTest, Regression_TruncationAndFalseByteCounts) {
     CInnerHeaderWrapper skipper(stream, nullptr, L"x");
     EXPECT_THROW(skipper.Load(logger), KvF::CUnknownFormatError) << length;
   }
-  // Exactly at the end is fine.
-  for (int i = 0; i < 8; ++i) bytes[10 + i] = i == 0 ? 18 : 0;
-  stream.Rewind();
-  CInnerHeaderWrapper skipper(stream, nullptr, L"x");
-  EXPECT_EQ(skipper.Load(logger), 146);
 
   MemoryStream out;
   struct Liar : PayloadFilter {  // writes 16 bytes, claims 10

@@ -179,9 +179,7 @@ TEST_F(ProgressCounterTest, Regions_IntegerScope) {
 TEST(ProgressCounter, Regions_StopEventIsConsumedOnce) {
   ASSERT_EQ(CProgressCounter::m_hStopEvent, nullptr);
   CProgressCounter::SignalStopEvent();  // no event: nothing
-  EXPECT_FALSE(CProgressCounter::IsStopping());
-  EXPECT_FALSE(CProgressCounter::CheckStopEvent());
-
+  EXPECT_FALSE(CProgressCounter::IsStopping() || CProgressCounter::CheckStopEvent());
   ASSERT_TRUE(CProgressCounter::CreateStopEvent());
   EXPECT_FALSE(CProgressCounter::CheckStopEvent());
   CProgressCounter::SignalStopEvent();
@@ -190,7 +188,6 @@ TEST(ProgressCounter, Regions_StopEventIsConsumedOnce) {
   CProgressCounter::SignalStopEvent();
   CProgressCounter::ResetStopEvent();
   EXPECT_FALSE(CProgressCounter::IsStopping());
-
   CProgressCounter::CloseStopEvent();
   EXPECT_EQ(CProgressCounter::m_hStopEvent, nullptr);
   CProgressCounter::CloseStopEvent();  // twice is harmless

@@ -65,7 +65,7 @@ class RecordingLog : public KvF::ISaveLoadLog {
   void OnAddEntry(const std::wstring& name, int kind) override { entries.emplace_back(name, kind); }
 };
 
-/// Counts the calls it receives and reports every object as status 0.
+/// Reports every object as status 0.
 class NullDeltaLogger : public KvF::IDeltaStateLogger {
  public:
   KvF::DocumentNewObjectProcessStatus ProcessNewObject(KvF::INewObjEvent&) override {
