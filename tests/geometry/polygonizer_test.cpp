@@ -3,6 +3,7 @@
 #include <qvmath/geometry/polygonizer.h>
 
 #include <cmath>
+#include <cstring>
 #include <functional>
 #include <numeric>
 #include <set>
@@ -119,12 +120,23 @@ TEST(Polygonizer, Properties_ClosedOrientedManifoldWithAnalyticArea) {
     Mesh mesh;
     pzProcess pz;
     const int bounds[3] = {1000, 1000, 1000};
-    const int n = c.sweep ? pz.marchingcubes(fn, c.size, Point3D_d(-1.5, -1.5, -1.5),
-                                             Point3D_d(1.5, 1.5, 1.5), mesh)
-                          : pz.polygonize(fn, c.size, bounds, c.start, mesh);
+    auto run = [&](Mesh& out) {
+      return c.sweep ? pz.marchingcubes(fn, c.size, Point3D_d(-1.5, -1.5, -1.5),
+                                        Point3D_d(1.5, 1.5, 1.5), out)
+                     : pz.polygonize(fn, c.size, bounds, c.start, out);
+    };
+    Mesh first;
+    run(first);
+    const std::vector<pzVertex> firstVertices(pz.vertices().ptr,
+                                              pz.vertices().ptr + pz.vertices().count);
+    const int n = run(mesh);  // a second run gives the same mesh, bit for bit
     ASSERT_EQ(n, int(mesh.tris.size()));
     ASSERT_GT(n, 1000);
     const pzVertices& v = pz.vertices();
+    ASSERT_EQ(firstVertices.size(), std::size_t(v.count));
+    EXPECT_TRUE(first.tris == mesh.tris &&
+                std::memcmp(firstVertices.data(), v.ptr, firstVertices.size() * sizeof(pzVertex)) ==
+                    0);
     const Topology t = Analyse(mesh.tris, v, c.g);
     EXPECT_TRUE(t.closedAndOriented);
     EXPECT_EQ(t.euler, c.euler);
