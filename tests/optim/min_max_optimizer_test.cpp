@@ -94,22 +94,6 @@ TEST(MinMaxOptimizerTest, Degenerate_NothingToDoReturnsInitApprox) {
   for (size_t i = 4; i < 7; ++i) EXPECT_EQ(bowl.seen[i].m_x, start.m_x);
 }
 
-TEST(MinMaxOptimizerTest, Regions_CrossingOfLinearModelsLimitsTheStep) {
-  // f0 = x rises, f1 = 1 − x falls: from x = 0.1 the models meet at (0.9 − 0.1)/(1 + 1) =
-  // 0.4, which lands on the exact maximiser x = 0.5 in one move; the box and diagonal would
-  // allow 9.7 and 34.6.
-  Fn up = Plane(Point3D_d(1, 0, 0), 0.0), down = Plane(Point3D_d(-1, 0, 0), 1.0);
-  Projector rec;
-  CMinMaxTask task({&up, &down}, Point3D_d(0.1, 0.3, -0.2), Point3D_d(-10, -10, -10),
-                   Point3D_d(10, 10, 10), &rec);
-  const Point3D_d x = Solve(task, CMinMaxParams());
-  EXPECT_NEAR(rec.trials.at(0).m_x, 0.5, 1e-9);
-  EXPECT_TRUE(std::abs(x.m_x - 0.5) < 1e-9 && std::abs(x.m_y - 0.3) < 1e-9);
-  // Second iteration: a tie picks f0 (lowest index), the step overshoots, three halvings
-  // fail, and Run stops: 1 + 3 trials in all.
-  EXPECT_EQ(rec.trials.size(), 4u);
-}
-
 TEST(MinMaxOptimizerTest, Regions_VanishingGradientFallsBackAndProjectorActsFirst) {
   // f0 = 0 is the smallest but flat: the direction is f1's gradient (+x), and the first
   // trial goes 0.98 of the way to the face x = 1. F cannot rise, so x stays put.
