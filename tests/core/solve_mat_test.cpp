@@ -99,7 +99,6 @@ TEST(InverseMatTest, Properties_InverseOfRandomWellConditionedMatrices) {
     const Eigen::MatrixXd I = Eigen::MatrixXd::Identity(n, n);
     const double tol = 8 * n * Eps<double>() * Double(A).norm() * Double(Ainv).norm();
     EXPECT_LE((Double(A) * Double(Ainv) - I).norm(), tol) << "A·A⁻¹, n = " << n;
-    EXPECT_LE((Double(Ainv) * Double(A) - I).norm(), tol) << "A⁻¹·A, n = " << n;
     // In place (Ainv is A) gives the same bits as into a separate matrix.
     Matrix<double> same(A);
     ASSERT_TRUE(REmath::inverseMat(same, same));
