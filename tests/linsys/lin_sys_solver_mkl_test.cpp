@@ -9,6 +9,8 @@
 #include <map>
 #include <memory>
 #include <numeric>
+#include <sstream>
+#include <string>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -54,12 +56,6 @@ struct Axes {
   std::vector<Call> asked, received;
 };
 
-// A scenario is a list of steps on a system: define a free or a fixed vertex, or add one
-// of the equations of kEquations (the step's argument: identifier or index).
-enum StepKind { kFree, kFixed, kEquation };
-using Step = std::pair<StepKind, int>;
-using Scenario = std::pair<const char*, std::vector<Step>>;
-
 const std::vector<std::vector<std::pair<int, int>>> kEquations = {
     {{10, 2}, {20, -1}, {30, -1}},  // 0: worked example, first
     {{10, -1}, {20, 2}},            // 1: worked example, second
@@ -72,21 +68,25 @@ const std::vector<std::vector<std::pair<int, int>>> kEquations = {
     {{10, 1}, {15, 1}},             // 8: names undeclared 15
 };
 
+// A scenario is a list of steps on a system: "F10" defines free vertex 10, "X30" fixed
+// vertex 30, "E2" adds equation 2 of kEquations.
 template <class T>
-void Run(const std::vector<Step>& steps, IVertexPosLinearSystem<T>& sys) {
-  for (const auto& [kind, arg] : steps) {
+void Run(const char* steps, IVertexPosLinearSystem<T>& sys) {
+  std::istringstream in(steps);
+  for (std::string step; in >> step;) {
+    const int arg = std::stoi(step.substr(1));
     CVertexLinearCombination<T> lc;
-    for (const auto& [v, c] : kind == kEquation ? kEquations[std::size_t(arg)] : kEquations[5])
+    for (const auto& [v, c] : step[0] == 'E' ? kEquations[std::size_t(arg)] : kEquations[5])
       lc.AddVertex(v, T(c));
-    kind == kFree    ? sys.DefineFreeVertex(arg)
-    : kind == kFixed ? sys.DefineFixedVertex(arg)
+    step[0] == 'F'   ? sys.DefineFreeVertex(arg)
+    : step[0] == 'X' ? sys.DefineFixedVertex(arg)
                      : sys.AddEquation(lc);
   }
 }
 
 // Free {10, 20}, fixed {30}; 2·x10 − x20 − x30 = 0 and −x10 + 2·x20 = 0.
-const std::vector<Step> kWorkedDefinitions = {{kFree, 10}, {kFixed, 30}, {kFree, 20}};
-const std::vector<Step> kWorkedEquations = {{kEquation, 0}, {kEquation, 1}};
+const char* const kWorkedDefinitions = "F10 X30 F20";
+const char* const kWorkedEquations = "E0 E1";
 
 template <class T>
 class LinSysSolverMKLTest : public ::testing::Test {};
@@ -98,36 +98,27 @@ TYPED_TEST_SUITE(LinSysSolverMKLTest, ScalarTypes);
 // misuse: it fails without calling any receiver, and the flag stays clear.
 TYPED_TEST(LinSysSolverMKLTest, Degenerate_MisuseSpoilsForGoodSingularFails) {
   using T = TypeParam;
-  const std::vector<Scenario>
-      misuse =
-          {
-              {"third equation",
-               {{kFree, 10},
-                {kFixed, 30},
-                {kFree, 20},
-                {kEquation, 0},
-                {kEquation, 1},
-                {kEquation, 1}}},
-              {"fixed vertex declared free", {{kFixed, 30}, {kFree, 30}}},
-              {"free vertex declared fixed", {{kFree, 10}, {kFixed, 10}}},
-              {"free vertex twice", {{kFree, 10}, {kFree, 10}}},
-              {"free vertex after an equation",
-               {{kFree, 10}, {kFree, 20}, {kEquation, 1}, {kFree, 40}}},
-              // Undeclared identifiers above, between and (scattered table) among the declared.
-              {"undeclared vertex", {{kFree, 10}, {kFree, 20}, {kEquation, 2}}},
-              {"undeclared vertex in a gap", {{kFree, 10}, {kFree, 20}, {kEquation, 8}}},
-              {"undeclared scattered vertex",
-               {{kFree, 10}, {kFree, 20}, {kFixed, 2000000000}, {kEquation, 2}}},
-              // Unlike evaluation, a zero term of an undeclared vertex counts here.
-              {"undeclared vertex with coefficient 0", {{kFree, 10}, {kFree, 20}, {kEquation, 3}}},
-              {"equation without free vertices", {{kFixed, 30}, {kEquation, 4}}},
-              {"equation in an empty system", {{kEquation, 5}}},
-          },
-      singular = {
-          {"identical equations", {{kEquation, 0}, {kEquation, 0}}},
-          {"free vertex in no equation", {{kEquation, 6}, {kEquation, 7}}},
-          {"empty equation", {{kEquation, 0}, {kEquation, 5}}},
-      };
+  using Scenario = std::pair<const char*, const char*>;
+  const std::vector<Scenario> misuse = {
+      {"third equation", "F10 X30 F20 E0 E1 E1"},
+      {"fixed vertex declared free", "X30 F30"},
+      {"free vertex declared fixed", "F10 X10"},
+      {"free vertex twice", "F10 F10"},
+      {"free vertex after an equation", "F10 F20 E1 F40"},
+      // Undeclared identifiers above, between and (scattered table) among the declared.
+      {"undeclared vertex", "F10 F20 E2"},
+      {"undeclared vertex in a gap", "F10 F20 E8"},
+      {"undeclared scattered vertex", "F10 F20 X2000000000 E2"},
+      // Unlike evaluation, a zero term of an undeclared vertex counts here.
+      {"undeclared vertex with coefficient 0", "F10 F20 E3"},
+      {"equation without free vertices", "X30 E4"},
+      {"equation in an empty system", "E5"},
+  };
+  const std::vector<Scenario> singular = {
+      {"identical equations", "E0 E0"},
+      {"free vertex in no equation", "E6 E7"},
+      {"empty equation", "E0 E5"},
+  };
   for (const auto* list : {&misuse, &singular})
     for (const auto& [name, steps] : *list) {
       SCOPED_TRACE(name);

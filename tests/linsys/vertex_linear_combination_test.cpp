@@ -57,15 +57,10 @@ TYPED_TEST(VertexLinearCombinationTest, Properties_EntriesMatchDenseAccumulation
   lc.AddVertex(5, T(1));
   lc.AddVertex(5, T(-1));  // cancels to an entry (5, 0), which stays; absent 7 reads 0, unstored
   EXPECT_TRUE(lc.VertexCoeff(7) == T(0) && EntriesOf(lc) == (Entries<T>{{5, T(0)}}));
-  for (int v : {9, 2, INT_MAX, INT_MIN, -1}) lc.AddVertex(v, T(v % 7));
-  EXPECT_EQ(EntriesOf(lc), (Entries<T>{{INT_MIN, T(INT_MIN % 7)},
-                                       {-1, T(-1)},
-                                       {2, T(2)},
-                                       {5, T(0)},
-                                       {9, T(2)},
-                                       {INT_MAX, T(INT_MAX % 7)}}));
+  for (int v : {9, INT_MAX, INT_MIN}) lc.AddVertex(v, T(v % 7));
   lc *= T(0);  // every entry stays, with coefficient 0, and none reaches the informer
-  EXPECT_TRUE(EntriesOf(lc).size() == 6u &&
+  EXPECT_TRUE(EntriesOf(lc) ==
+                  (Entries<T>{{INT_MIN, T(0)}, {5, T(0)}, {9, T(0)}, {INT_MAX, T(0)}}) &&
               EvaluateLinCombination(lc, TableInformer<T>({})) == T(0));
   for (int trial = 0; trial < 200; ++trial) {
     auto* a = new CVertexLinearCombination<T>;

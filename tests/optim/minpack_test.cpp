@@ -37,14 +37,23 @@ const double kTol = std::sqrt(2.220446049250313e-16);  // as MINPACK's own test 
 // parameters, work-array split), so the two must agree bit for bit.
 enum class Simple { Lmder1, Lmdif1, Lmstr1, Hybrd1, Hybrj1 };
 
-Outcome RunSimple(Simple which, const Problem& p, bool peer, int stopAt = 0, int stopValue = -1) {
+// Sizes and tolerance passed instead of the problem's own (arrays keep the problem's sizes).
+struct Args {
+  int m, n, ld, lwa;
+  double tol;
+};
+
+Outcome RunSimple(Simple which, const Problem& p, bool peer, int stopAt = 0, int stopValue = -1,
+                  const Args* args = nullptr) {
   Outcome o;
-  int m = p.m, n = p.n, ld = p.m, lwa = p.m * p.n + 5 * p.n + p.m + n * (3 * n + 13);
+  const int lwaFull = p.m * p.n + 5 * p.n + p.m + p.n * (3 * p.n + 13);
   o.x = p.x0;
-  o.fvec.assign(m, 0.0);
-  o.ipvt.assign(n, 0);
-  Vec fjac(static_cast<size_t>(m) * n), wa(lwa);
-  double tol = kTol, *x = o.x.data(), *f = o.fvec.data(), *J = fjac.data(), *w = wa.data();
+  o.fvec.assign(p.m, 0.0);
+  o.ipvt.assign(p.n, 0);
+  Vec fjac(static_cast<size_t>(p.m) * p.n), wa(lwaFull);
+  const Args a = args ? *args : Args{p.m, p.n, p.m, lwaFull, kTol};
+  int m = a.m, n = a.n, ld = a.ld, lwa = a.lwa;
+  double tol = a.tol, *x = o.x.data(), *f = o.fvec.data(), *J = fjac.data(), *w = wa.data();
   int* ip = o.ipvt.data();
   LmderFn der(p);
   LmdifFn dif(p);
@@ -111,37 +120,21 @@ TEST(MinpackTest, Properties_SimpleDriversMatchPublishedDriversAndOptima) {
   }
 }
 
-// The full Levenberg-Marquardt drivers with the smallest arrays they accept (ldfjac = m, n
-// for lmstr), the caller's scaling (mode 2) and a print request every iteration; the
-// hybrid ones run with mode 2 and the smallest r inside hybrd1_/hybrj1_ above.
-TEST(MinpackTest, Properties_FullDriversReachOptimaWithMinimalArrays) {
+// A full driver with the smallest Jacobian array it accepts (lmstr: ldfjac = n), the
+// caller's scaling (mode 2) and a print request every iteration; the others run inside the
+// simple drivers above, the hybrid ones with mode 2.
+TEST(MinpackTest, Properties_FullDriverReachesOptimumWithMinimalArrays) {
   const Problem& p = All()[4];  // Bard, 15 × 3
-  int m = p.m, n = p.n, ld = p.m, ldStr = n, maxfev = 2000, mode = 2, nprint = 1, info = 0;
-  int nfev = 0, njev = 0;
-  double ftol = 1e-10, xtol = 1e-10, gtol = 0, epsfcn = 0, factor = 100;
+  int m = p.m, n = p.n, ld = n, maxfev = 2000, mode = 2, nprint = 1, info = 0, nfev = 0, njev = 0;
+  double ftol = 1e-10, xtol = 1e-10, gtol = 0, factor = 100;
   std::vector<int> ipvt(n);
-  Vec fjac(size_t(m) * n), diag(n, 1.0), qtf(n), w1(n), w2(n), w3(n), w4(m), x = p.x0, f(m);
-  auto check = [&](const Counts& c, const char* what) {
-    SCOPED_TRACE(what);
-    EXPECT_TRUE(info >= 1 && info <= 4 && c.print > 1 && x != p.x0) << info;
-    EXPECT_NEAR(SumSq(f), p.bestSumSq, 1e-5 * p.bestSumSq);
-    x = p.x0;
-  };
-  LmdifFn dif(p);
-  REmath::lmdif_(dif, &m, &n, x.data(), f.data(), &ftol, &xtol, &gtol, &maxfev, &epsfcn,
-                 diag.data(), &mode, &factor, &nprint, &info, &nfev, fjac.data(), &ld, ipvt.data(),
-                 qtf.data(), w1.data(), w2.data(), w3.data(), w4.data());
-  check(dif.counts, "lmdif");
-  LmderFn der(p);
-  REmath::lmder_(der, &m, &n, x.data(), f.data(), fjac.data(), &ld, &ftol, &xtol, &gtol, &maxfev,
-                 diag.data(), &mode, &factor, &nprint, &info, &nfev, &njev, ipvt.data(), qtf.data(),
-                 w1.data(), w2.data(), w3.data(), w4.data());
-  check(der.counts, "lmder");
+  Vec fjac(size_t(n) * n), diag(n, 1.0), qtf(n), w1(n), w2(n), w3(n), w4(m), x = p.x0, f(m);
   LmstrFn str(p);
-  REmath::lmstr_(str, &m, &n, x.data(), f.data(), fjac.data(), &ldStr, &ftol, &xtol, &gtol, &maxfev,
+  REmath::lmstr_(str, &m, &n, x.data(), f.data(), fjac.data(), &ld, &ftol, &xtol, &gtol, &maxfev,
                  diag.data(), &mode, &factor, &nprint, &info, &nfev, &njev, ipvt.data(), qtf.data(),
                  w1.data(), w2.data(), w3.data(), w4.data());
-  check(str.counts, "lmstr");
+  EXPECT_TRUE(info >= 1 && info <= 4 && str.counts.print > 1) << info;
+  EXPECT_NEAR(SumSq(f), p.bestSumSq, 1e-5 * p.bestSumSq);
 }
 
 TEST(MinpackTest, Regions_NegativeIflagStopsWithThatInfo) {
@@ -188,42 +181,29 @@ TEST(MinpackTest, Degenerate_BadArgumentsReturnInfoZeroWithoutCalls) {
                         {15, 0, 15, 1e-8, 0, false},  {2, 3, 15, 1e-8, 0, false},
                         {15, 3, 15, -1e-9, 0, false}, {15, 3, 15, nan, 0, false},
                         {15, 3, 14, 1e-8, 0, false}};
-  for (const Case& c : cases) {
-    SCOPED_TRACE(::testing::Message()
-                 << c.m << " " << c.n << " " << c.ld << " " << c.tol << " " << c.lwaDelta);
-    int m = c.m, n = c.n, ld = c.ld, info = 99, ldStr = c.ld == 14 ? 2 : 3;  // lmstr: ld >= n
-    int lwa = 5 * n + m + c.lwaDelta, lwaDif = m * n + lwa;
-    double tol = c.tol;
-    Vec x = p.x0, fvec(15), fjac(15 * 3), wa(200);
-    std::vector<int> ipvt(3);
-    LmderFn der(p);
-    LmdifFn dif(p);
-    LmstrFn str(p);
-    REmath::lmder1_(der, &m, &n, x.data(), fvec.data(), fjac.data(), &ld, &tol, &info, ipvt.data(),
-                    wa.data(), &lwa);
-    EXPECT_TRUE((info == 0) == !c.ok && (der.counts.Total() == 0) == !c.ok) << "lmder1";
-    info = 99;
-    REmath::lmdif1_(dif, &m, &n, x.data(), fvec.data(), &tol, &info, ipvt.data(), wa.data(),
-                    &lwaDif);
-    EXPECT_EQ(info == 0, !c.ok && c.ld == 15);  // lmdif1_ has no ldfjac
-    info = 99;
-    REmath::lmstr1_(str, &m, &n, x.data(), fvec.data(), fjac.data(), &ldStr, &tol, &info,
-                    ipvt.data(), wa.data(), &lwa);
-    EXPECT_TRUE((info == 0) == !c.ok && (str.counts.Total() == 0) == !c.ok) << "lmstr1";
-  }
+  for (const Case& c : cases)
+    for (Simple s : {Simple::Lmder1, Simple::Lmdif1, Simple::Lmstr1}) {
+      SCOPED_TRACE(::testing::Message() << c.m << " " << c.n << " " << c.ld << " " << c.tol << " "
+                                        << c.lwaDelta << " driver " << static_cast<int>(s));
+      // lmstr needs ldfjac >= n, lmdif1_ has no ldfjac and an m·n larger minimum.
+      const int ld = s == Simple::Lmstr1 ? (c.ld == 14 ? 2 : 3) : c.ld;
+      const Args args{c.m, c.n, ld,
+                      (s == Simple::Lmdif1 ? c.m * c.n : 0) + 5 * c.n + c.m + c.lwaDelta, c.tol};
+      const Outcome o = RunSimple(s, p, false, 0, -1, &args);
+      const bool refused = !c.ok && !(s == Simple::Lmdif1 && c.ld == 14);
+      EXPECT_TRUE((o.info == 0) == refused && (o.counts.Total() == 0) == refused) << o.info;
+    }
   // The hybrid drivers: lwa one short of n(3n + 13)/2 resp. n(n + 13)/2, and a null array.
   const Problem& h = All()[2];
-  int n = 3, info = 99, ld = 3, lwa = 3 * (9 + 13) / 2 - 1;
+  for (Simple s : {Simple::Hybrd1, Simple::Hybrj1}) {
+    const Args args{3, 3, 3, (s == Simple::Hybrd1 ? 3 * (9 + 13) : 3 * (3 + 13)) / 2 - 1, 1e-8};
+    const Outcome o = RunSimple(s, h, false, 0, -1, &args);
+    EXPECT_TRUE(o.info == 0 && o.counts.Total() == 0);
+  }
+  int n = 3, info = 99, ld = 3, lwa = 64;
   double tol = 1e-8;
   Vec x = h.x0, fvec(3), fjac(9), wa(64);
   HybrdFn hd(h);
-  HybrjFn hj(h);
-  REmath::hybrd1_(hd, &n, x.data(), fvec.data(), &tol, &info, wa.data(), &lwa);
-  EXPECT_EQ(info, 0);
-  info = 99, lwa = 3 * (3 + 13) / 2 - 1;
-  REmath::hybrj1_(hj, &n, x.data(), fvec.data(), fjac.data(), &ld, &tol, &info, wa.data(), &lwa);
-  EXPECT_EQ(info, 0);
-  info = 99, lwa = 64;
   REmath::hybrd1_(hd, &n, x.data(), nullptr, &tol, &info, wa.data(), &lwa);
   EXPECT_EQ(info, 0);
   // The full drivers reject a non-positive scale in mode 2, a zero factor, maxfev 0.
@@ -247,7 +227,7 @@ TEST(MinpackTest, Degenerate_BadArgumentsReturnInfoZeroWithoutCalls) {
                    qtf.data(), w1.data(), w2.data(), w3.data(), w4.data());
     EXPECT_EQ(info, 0);
   }
-  EXPECT_EQ(hd.counts.Total() + hj.counts.Total() + der.counts.Total(), 0);
+  EXPECT_EQ(hd.counts.Total() + der.counts.Total(), 0);
 }
 
 TEST(MinpackTest, Properties_ConcurrentSolvesMatchSerial) {
