@@ -143,7 +143,7 @@ void BM_Planes_QVmath(benchmark::State& st) {
   for (auto _ : st) {
     if (mode == 1) {
       CCloudIndex index;
-      index.Build(PlaneScan().data(), kPoints);
+      index.Build(PlaneScan().data(), kPoints, nullptr, threads);
       RunOurs(index, threads, given, out);
     } else {
       RunOurs(Index(), threads, given, out);
