@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "test_util.h"
+#include "geometry/geom_test_util.h"
 
 using namespace REmath;
 
@@ -118,16 +118,9 @@ TEST(CloudReconstruct, Properties_ClosedPiecesOfTheRightTopology) {
     // inside, i.e. the vertex normals and the face normals agree.
     int agree = 0;
     for (const auto& t : mesh.Triangles()) {
-      const auto& vs = mesh.Vertices();
-      const Point3D &a = vs[t[0]], &b = vs[t[1]], &d = vs[t[2]];
-      const Point3D& n = mesh.Normals()[t[0]];
-      const double ux = b.x() - a.x(), uy = b.y() - a.y(), uz = b.z() - a.z();
-      const double vx = d.x() - a.x(), vy = d.y() - a.y(), vz = d.z() - a.z();
-      agree +=
-          (uy * vz - uz * vy) * n.x() + (uz * vx - ux * vz) * n.y() + (ux * vy - uy * vx) * n.z() >
-                  0
-              ? 1
-              : 0;
+      const auto V = [&](int k) { return qvtest::ToV3(mesh.Vertices()[t[k]].asArray()); };
+      const qvtest::V3 n = qvtest::ToV3(mesh.Normals()[t[0]].asArray());
+      agree += qvtest::Dot(qvtest::Cross(qvtest::Sub(V(1), V(0)), qvtest::Sub(V(2), V(0))), n) > 0;
     }
     EXPECT_EQ(agree, int(mesh.Triangles().size()));
     if (!c.closed) {

@@ -26,8 +26,6 @@ std::string ReadError(const std::vector<unsigned char>& s, CPointCloud& c) {
   return "";
 }
 
-bool SameBits(float a, float b) { return std::memcmp(&a, &b, sizeof a) == 0; }
-
 // A cloud with every attribute and a field of every file type, holding values each type
 // stores exactly, and a NaN and an infinite coordinate.
 CPointCloud RichCloud(int n) {
@@ -45,18 +43,10 @@ CPointCloud RichCloud(int n) {
   }
   c.Positions()[0].x() = std::numeric_limits<float>::quiet_NaN();
   c.Positions()[1].y() = -std::numeric_limits<float>::infinity();
-  int t = 0;
-  for (ECloudFieldType type : types) {
-    CCloudScalarField& f = c.SetField("f" + std::to_string(t++), type);
-    for (int i = 0; i < n; ++i)
-      f.values[std::size_t(i)] =
-          type == ECloudFieldType::Float32 || type == ECloudFieldType::Float64
-              ? float(rng.Uniform(-1, 1))
-              : float(rng.Int(0, 100) - (type == ECloudFieldType::UInt8 ||
-                                                 type == ECloudFieldType::UInt16 ||
-                                                 type == ECloudFieldType::UInt32
-                                             ? 0
-                                             : 50));
+  for (int t = 0; t < 8; ++t) {
+    CCloudScalarField& f = c.SetField("f" + std::to_string(t), types[t]);
+    for (float& v : f.values)  // exact in every type; unsigned types (odd t) get no negatives
+      v = t >= 6 ? float(rng.Uniform(-1, 1)) : float(rng.Int(0, 100) - (t % 2 ? 0 : 50));
   }
   return c;
 }
@@ -66,16 +56,10 @@ void ExpectSameCloud(const CPointCloud& a, const CPointCloud& b) {
   ASSERT_EQ(a.HasNormals(), b.HasNormals());
   ASSERT_EQ(a.Colours(), b.Colours());
   ASSERT_EQ(a.Fields().size(), b.Fields().size());
-  for (int i = 0; i < a.Size(); ++i) {
-    const auto& p = a.Positions()[std::size_t(i)];
-    const auto& q = b.Positions()[std::size_t(i)];
-    EXPECT_TRUE(SameBits(p.x(), q.x()) && SameBits(p.y(), q.y()) && SameBits(p.z(), q.z())) << i;
-    if (a.HasNormals()) {
-      const auto& m = a.Normals()[std::size_t(i)];
-      const auto& o = b.Normals()[std::size_t(i)];
-      EXPECT_TRUE(SameBits(m.x(), o.x()) && SameBits(m.y(), o.y()) && SameBits(m.z(), o.z())) << i;
-    }
-  }
+  // Bit for bit, NaN and infinity included.
+  const auto n = std::size_t(a.Size()) * sizeof(Point3D);
+  EXPECT_EQ(std::memcmp(a.Positions().data(), b.Positions().data(), n), 0);
+  EXPECT_TRUE(!a.HasNormals() || std::memcmp(a.Normals().data(), b.Normals().data(), n) == 0);
   for (std::size_t f = 0; f < a.Fields().size(); ++f) {
     EXPECT_EQ(a.Fields()[f].name, b.Fields()[f].name);
     EXPECT_EQ(a.Fields()[f].fileType, b.Fields()[f].fileType);
@@ -215,32 +199,6 @@ TEST(PlyIo, Degenerate_MalformedAndLyingFilesGiveNamedErrors) {
     const std::string err = ReadError(Bytes(k.text), c);
     EXPECT_NE(err.find(k.expected), std::string::npos) << "got: " << err << "\nfor: " << k.text;
     EXPECT_EQ(err.rfind("PLY: ", 0), 0u) << err;
-  }
-}
-
-TEST(PlyIo, Properties_CorruptedBytesNeverCrashOnlyThrow) {
-  // Every truncation and random byte corruption of a valid file either reads or throws the
-  // documented error; under the sanitizers this also proves no out-of-bounds access.
-  CPointCloud c = RichCloud(5);
-  qvtest::TestRng rng(99);
-  SCOPED_TRACE(rng.Trace());
-  for (EPlyEncoding enc : {EPlyEncoding::BinaryBigEndian, EPlyEncoding::Ascii}) {
-    std::vector<unsigned char> good;
-    WritePlyCloud(c, good, enc);
-    for (std::size_t cut = 0; cut < good.size(); ++cut) {
-      std::vector<unsigned char> part(good.begin(), good.begin() + std::ptrdiff_t(cut));
-      CPointCloud out;
-      const std::string err = ReadError(part, out);
-      (void)err;
-    }
-    for (int trial = 0; trial < 2000; ++trial) {
-      std::vector<unsigned char> bad = good;
-      for (int m = 0; m < 3; ++m)
-        bad[std::size_t(rng.Int(0, int(bad.size()) - 1))] =
-            static_cast<unsigned char>(rng.Int(0, 255));
-      CPointCloud out;
-      ReadError(bad, out);
-    }
   }
 }
 
