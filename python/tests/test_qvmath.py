@@ -61,7 +61,6 @@ def test_orientation_rules(torus, orient, sign):
     (lambda: qvmath.distance_to_triangles(np.zeros((1, 3)), np.zeros((2, 2, 3))), r"3, 3"),
     (lambda: qvmath.polygonize(lambda x, y, z: 1.0, (0, 0, 0), 0.1, (5, 5, 5)), r"no surface"),
     (lambda: qvmath.reconstruct(np.zeros((0, 3))), r"fewer than 3"),
-    (lambda: qvmath.reconstruct(np.random.rand(50, 3), cell=-1), r"cell"),
     (lambda: qvmath.reconstruct(np.random.rand(50, 3), normals=np.zeros((50, 3))), r"sample"),
     (lambda: qvmath.reconstruct(np.random.rand(50, 3), max_memory=1000), r"memory"),
 ])

@@ -103,11 +103,9 @@ TEST(CloudReconstruct, Properties_ClosedPiecesOfTheRightTopology) {
       worst = std::max(worst, c.truth(v));
       mean += c.truth(v) / double(mesh.Vertices().size());
     }
-    // The blend of tangent planes alone sags by about κ d²/2 over the neighbour distances d
-    // (up to some 1.5 cells): 10–25% of κ(1.5h)² on average. The quadric fit that places
-    // the vertices follows the curvature and averages the noise: a few % on average, and
-    // on closed surfaces a sixth at worst. Past a rim the vertices stay on the planes, which
-    // run straight on for up to a band: a unit sphere leaves them by (band·h)²/2 there.
+    // Tangent planes alone would sag by 10–25% of κ(1.5h)² on average; the quadric fit that
+    // places the vertices does far better. Past a rim the vertices stay on straight planes
+    // for up to a band: a unit sphere leaves them by (band·h)²/2 there.
     const double h = rep.cellSize, sag = c.kappa * std::pow(1.5 * h, 2);
     EXPECT_LT(mean, 0.05 * sag);
     EXPECT_LT(worst, c.closed ? 0.3 * sag : sag + 0.5 * std::pow(params.band * h, 2));

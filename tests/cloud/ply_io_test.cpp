@@ -90,35 +90,31 @@ TEST(PlyIo, Regions_PropertySpellingsAndOtherElements) {
   struct Case {
     const char* header;  // element vertex 2 properties, then end_header
     const char* body;
-    bool normals, colours;
+    int attrs;  // 1: normals, 2: colours
     std::vector<std::string> fields;
   };
   const Case cases[] = {
       {"property float x\nproperty float y\nproperty float z\nproperty float nx\n"
        "property float ny\nproperty float nz\n",
        "1 2 3 0 0 1\n4 5 6 0 1 0\n",
-       true,
-       false,
+       1,
        {}},
       {"property double x\nproperty double y\nproperty double z\nproperty float normal_x\n"
        "property float normal_y\nproperty float normal_z\nproperty uchar diffuse_red\n"
        "property uchar diffuse_green\nproperty uchar diffuse_blue\n",
        "1 2 3 0 0 1 10 20 30\n4 5 6 0 1 0 40 50 60\n",
-       true,
-       true,
+       3,
        {}},
       {"property float32 z\nproperty float32 y\nproperty float32 x\nproperty uint8 r\n"
        "property uint8 g\nproperty uint8 b\nproperty uchar alpha\n",
        "3 2 1 10 20 30 255\n6 5 4 40 50 60 7\n",
-       false,
-       true,
+       2,
        {"alpha"}},
       // Float colour channels and a lone normal component are carried as fields.
       {"property float x\nproperty float y\nproperty float z\nproperty float red\n"
        "property float green\nproperty float blue\nproperty float nx\n",
        "1 2 3 .1 .2 .3 1\n4 5 6 .4 .5 .6 0\n",
-       false,
-       false,
+       0,
        {"red", "green", "blue", "nx"}},
   };
   for (const Case& k : cases) {
@@ -132,14 +128,9 @@ TEST(PlyIo, Regions_PropertySpellingsAndOtherElements) {
     ASSERT_EQ(c.Size(), 2);
     EXPECT_EQ(c.Positions()[1].x(), 4.0f);
     EXPECT_EQ(c.Positions()[1].z(), 6.0f);
-    EXPECT_EQ(c.HasNormals(), k.normals);
-    if (k.normals) {
-      EXPECT_EQ(c.Normals()[1].y(), 1.0f);
-    }
-    EXPECT_EQ(c.HasColours(), k.colours);
-    if (k.colours) {
-      EXPECT_EQ(c.Colours()[1], 40u | 50u << 8 | 60u << 16);
-    }
+    ASSERT_EQ(int(c.HasNormals()) + 2 * int(c.HasColours()), k.attrs);
+    EXPECT_TRUE(!c.HasNormals() || c.Normals()[1].y() == 1.0f);
+    EXPECT_TRUE(!c.HasColours() || c.Colours()[1] == (40u | 50u << 8 | 60u << 16));
     ASSERT_EQ(c.Fields().size(), k.fields.size());
     for (std::size_t f = 0; f < k.fields.size(); ++f) EXPECT_EQ(c.Fields()[f].name, k.fields[f]);
   }
