@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "test_util.h"
+#include "geometry/geom_test_util.h"
 
 namespace {
 
@@ -40,11 +40,8 @@ TEST(PlaneLimits, Properties_RotatedRectangleGivesItsAxesAndSides) {
     EXPECT_NEAR(lim.GetLimitsInDir(2)[0], -plane.FreeTerm(), tol);
     EXPECT_NEAR(lim.GetLimitsInDir(2)[1], -plane.FreeTerm(), tol);
     // e1 = e2 × e0: right-handed.
-    const double* e1 = lim.GetBasisVector(1);
-    const double* e2 = lim.GetBasisVector(2);
-    EXPECT_NEAR(e2[0] * (e0[1] * e1[2] - e0[2] * e1[1]) + e2[1] * (e0[2] * e1[0] - e0[0] * e1[2]) +
-                    e2[2] * (e0[0] * e1[1] - e0[1] * e1[0]),
-                1.0, 1e-12);
+    const auto V = [&](int k) { return qvtest::ToV3(lim.GetBasisVector(k)); };
+    EXPECT_NEAR(qvtest::Dot(V(2), qvtest::Cross(V(0), V(1))), 1.0, 1e-12);
     double lo[3], hi[3];
     ASSERT_TRUE(GetSelectionLinearLimits(CPtVecAdapder(pts), lo, hi));
     const auto ys = [](const Point3D& p, const Point3D& q) { return p.y() < q.y(); };

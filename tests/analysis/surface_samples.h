@@ -21,33 +21,19 @@ struct Surface {
   V3 dir1, dir2;
 };
 
+inline double Flat(double, double) { return 0.0; }
+inline double Sphere2(double x, double y) { return std::sqrt(4 - x * x - y * y) - 2; }
+inline double Cylinder(double x, double) { return std::sqrt(0.25 - x * x) - 0.5; }
+inline double Saddle(double x, double y) { return (x * x - y * y) / 2; }
+inline double Paraboloid(double x, double y) { return (x * x + 3 * y * y) / 2; }
+
 inline const std::vector<Surface>& Surfaces() {
   static const std::vector<Surface> kAll = {
-      {"plane", [](double, double) { return 0.0; }, 0, 0, {1, 0, 0}, {0, 1, 0}},
-      {"sphere r=2",
-       [](double x, double y) { return std::sqrt(4 - x * x - y * y) - 2; },
-       0.5,
-       0.5,
-       {1, 0, 0},
-       {0, 1, 0}},
-      {"cylinder r=0.5",
-       [](double x, double) { return std::sqrt(0.25 - x * x) - 0.5; },
-       2,
-       0,
-       {1, 0, 0},
-       {0, 1, 0}},
-      {"saddle",
-       [](double x, double y) { return (x * x - y * y) / 2; },
-       1,
-       -1,
-       {0, 1, 0},
-       {1, 0, 0}},
-      {"paraboloid",
-       [](double x, double y) { return (x * x + 3 * y * y) / 2; },
-       -1,
-       -3,
-       {1, 0, 0},
-       {0, 1, 0}},
+      {"plane", Flat, 0, 0, {1, 0, 0}, {0, 1, 0}},
+      {"sphere r=2", Sphere2, 0.5, 0.5, {1, 0, 0}, {0, 1, 0}},
+      {"cylinder r=0.5", Cylinder, 2, 0, {1, 0, 0}, {0, 1, 0}},
+      {"saddle", Saddle, 1, -1, {0, 1, 0}, {1, 0, 0}},
+      {"paraboloid", Paraboloid, -1, -3, {1, 0, 0}, {0, 1, 0}},
   };
   return kAll;
 }

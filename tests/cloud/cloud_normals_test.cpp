@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <qvmath/cloud/cloud_normals.h>
 #include <qvmath/cloud/cloud_samples.h>
-#include <qvmath/infra/progress_counter.h>
-#include <qvmath/platform/korva_exception.h>
 
 #include <algorithm>
 #include <cmath>
@@ -101,20 +99,4 @@ TEST(CloudNormals, Degenerate_BadInputGivesErrorsOrInvalidPoints) {
     if (i != 10) {
       EXPECT_EQ(std::fabs(out.normals[std::size_t(i)].z()), 1.0f) << i;
     }
-}
-
-TEST(CloudNormals, Properties_CancellationStopsEveryThread) {
-  CSampleScan torus;
-  MakeSampleTorus(50000, 1.0, 0.3, 0.001, 1, torus);
-  CCloudNormalParams p;
-  p.nThreads = 2;
-  CProgressCounter pc;
-  pc.SetCallback([](int pos, void*) { return pos >= 30 ? 1 : 0; });
-  CCloudNormals out;
-  EXPECT_THROW(ComputeCloudNormals(torus.cloud, p, out, &pc), CUserIntrException);
-  ASSERT_TRUE(CProgressCounter::CreateStopEvent());
-  CProgressCounter::SignalStopEvent();
-  EXPECT_THROW(ComputeCloudNormals(torus.cloud, p, out), CUserIntrException);
-  CProgressCounter::ResetStopEvent();
-  CProgressCounter::CloseStopEvent();
 }

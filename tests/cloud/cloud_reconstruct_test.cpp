@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "test_util.h"
+#include "geometry/geom_test_util.h"
 
 using namespace REmath;
 
@@ -103,11 +103,9 @@ TEST(CloudReconstruct, Properties_ClosedPiecesOfTheRightTopology) {
       worst = std::max(worst, c.truth(v));
       mean += c.truth(v) / double(mesh.Vertices().size());
     }
-    // The blend of tangent planes alone sags by about κ d²/2 over the neighbour distances d
-    // (up to some 1.5 cells): 10–25% of κ(1.5h)² on average. The quadric fit that places
-    // the vertices follows the curvature and averages the noise: a few % on average, and
-    // on closed surfaces a sixth at worst. Past a rim the vertices stay on the planes, which
-    // run straight on for up to a band: a unit sphere leaves them by (band·h)²/2 there.
+    // Tangent planes alone would sag by 10–25% of κ(1.5h)² on average; the quadric fit that
+    // places the vertices does far better. Past a rim the vertices stay on straight planes
+    // for up to a band: a unit sphere leaves them by (band·h)²/2 there.
     const double h = rep.cellSize, sag = c.kappa * std::pow(1.5 * h, 2);
     EXPECT_LT(mean, 0.05 * sag);
     EXPECT_LT(worst, c.closed ? 0.3 * sag : sag + 0.5 * std::pow(params.band * h, 2));
@@ -118,16 +116,9 @@ TEST(CloudReconstruct, Properties_ClosedPiecesOfTheRightTopology) {
     // inside, i.e. the vertex normals and the face normals agree.
     int agree = 0;
     for (const auto& t : mesh.Triangles()) {
-      const auto& vs = mesh.Vertices();
-      const Point3D &a = vs[t[0]], &b = vs[t[1]], &d = vs[t[2]];
-      const Point3D& n = mesh.Normals()[t[0]];
-      const double ux = b.x() - a.x(), uy = b.y() - a.y(), uz = b.z() - a.z();
-      const double vx = d.x() - a.x(), vy = d.y() - a.y(), vz = d.z() - a.z();
-      agree +=
-          (uy * vz - uz * vy) * n.x() + (uz * vx - ux * vz) * n.y() + (ux * vy - uy * vx) * n.z() >
-                  0
-              ? 1
-              : 0;
+      const auto V = [&](int k) { return qvtest::ToV3(mesh.Vertices()[t[k]].asArray()); };
+      const qvtest::V3 n = qvtest::ToV3(mesh.Normals()[t[0]].asArray());
+      agree += qvtest::Dot(qvtest::Cross(qvtest::Sub(V(1), V(0)), qvtest::Sub(V(2), V(0))), n) > 0;
     }
     EXPECT_EQ(agree, int(mesh.Triangles().size()));
     if (!c.closed) {

@@ -26,8 +26,6 @@ std::string ReadError(const std::vector<unsigned char>& s, CPointCloud& c) {
   return "";
 }
 
-bool SameBits(float a, float b) { return std::memcmp(&a, &b, sizeof a) == 0; }
-
 // A cloud with every attribute and a field of every file type, holding values each type
 // stores exactly, and a NaN and an infinite coordinate.
 CPointCloud RichCloud(int n) {
@@ -45,18 +43,10 @@ CPointCloud RichCloud(int n) {
   }
   c.Positions()[0].x() = std::numeric_limits<float>::quiet_NaN();
   c.Positions()[1].y() = -std::numeric_limits<float>::infinity();
-  int t = 0;
-  for (ECloudFieldType type : types) {
-    CCloudScalarField& f = c.SetField("f" + std::to_string(t++), type);
-    for (int i = 0; i < n; ++i)
-      f.values[std::size_t(i)] =
-          type == ECloudFieldType::Float32 || type == ECloudFieldType::Float64
-              ? float(rng.Uniform(-1, 1))
-              : float(rng.Int(0, 100) - (type == ECloudFieldType::UInt8 ||
-                                                 type == ECloudFieldType::UInt16 ||
-                                                 type == ECloudFieldType::UInt32
-                                             ? 0
-                                             : 50));
+  for (int t = 0; t < 8; ++t) {
+    CCloudScalarField& f = c.SetField("f" + std::to_string(t), types[t]);
+    for (float& v : f.values)  // exact in every type; unsigned types (odd t) get no negatives
+      v = t >= 6 ? float(rng.Uniform(-1, 1)) : float(rng.Int(0, 100) - (t % 2 ? 0 : 50));
   }
   return c;
 }
@@ -66,16 +56,10 @@ void ExpectSameCloud(const CPointCloud& a, const CPointCloud& b) {
   ASSERT_EQ(a.HasNormals(), b.HasNormals());
   ASSERT_EQ(a.Colours(), b.Colours());
   ASSERT_EQ(a.Fields().size(), b.Fields().size());
-  for (int i = 0; i < a.Size(); ++i) {
-    const auto& p = a.Positions()[std::size_t(i)];
-    const auto& q = b.Positions()[std::size_t(i)];
-    EXPECT_TRUE(SameBits(p.x(), q.x()) && SameBits(p.y(), q.y()) && SameBits(p.z(), q.z())) << i;
-    if (a.HasNormals()) {
-      const auto& m = a.Normals()[std::size_t(i)];
-      const auto& o = b.Normals()[std::size_t(i)];
-      EXPECT_TRUE(SameBits(m.x(), o.x()) && SameBits(m.y(), o.y()) && SameBits(m.z(), o.z())) << i;
-    }
-  }
+  // Bit for bit, NaN and infinity included.
+  const auto n = std::size_t(a.Size()) * sizeof(Point3D);
+  EXPECT_EQ(std::memcmp(a.Positions().data(), b.Positions().data(), n), 0);
+  EXPECT_TRUE(!a.HasNormals() || std::memcmp(a.Normals().data(), b.Normals().data(), n) == 0);
   for (std::size_t f = 0; f < a.Fields().size(); ++f) {
     EXPECT_EQ(a.Fields()[f].name, b.Fields()[f].name);
     EXPECT_EQ(a.Fields()[f].fileType, b.Fields()[f].fileType);
@@ -95,10 +79,6 @@ TEST(PlyIo, Properties_RoundTripEveryEncodingKeepsEveryAttributeBitExact) {
     CPointCloud back;
     ASSERT_EQ(ReadError(bytes, back), "");
     ExpectSameCloud(c, back);
-    // Written twice, the same bytes: the reader loses nothing the writer needs.
-    std::vector<unsigned char> again;
-    WritePlyCloud(back, again, enc);
-    EXPECT_EQ(bytes, again);
   }
 }
 
@@ -106,35 +86,31 @@ TEST(PlyIo, Regions_PropertySpellingsAndOtherElements) {
   struct Case {
     const char* header;  // element vertex 2 properties, then end_header
     const char* body;
-    bool normals, colours;
+    int attrs;  // 1: normals, 2: colours
     std::vector<std::string> fields;
   };
   const Case cases[] = {
       {"property float x\nproperty float y\nproperty float z\nproperty float nx\n"
        "property float ny\nproperty float nz\n",
        "1 2 3 0 0 1\n4 5 6 0 1 0\n",
-       true,
-       false,
+       1,
        {}},
       {"property double x\nproperty double y\nproperty double z\nproperty float normal_x\n"
        "property float normal_y\nproperty float normal_z\nproperty uchar diffuse_red\n"
        "property uchar diffuse_green\nproperty uchar diffuse_blue\n",
        "1 2 3 0 0 1 10 20 30\n4 5 6 0 1 0 40 50 60\n",
-       true,
-       true,
+       3,
        {}},
       {"property float32 z\nproperty float32 y\nproperty float32 x\nproperty uint8 r\n"
        "property uint8 g\nproperty uint8 b\nproperty uchar alpha\n",
        "3 2 1 10 20 30 255\n6 5 4 40 50 60 7\n",
-       false,
-       true,
+       2,
        {"alpha"}},
       // Float colour channels and a lone normal component are carried as fields.
       {"property float x\nproperty float y\nproperty float z\nproperty float red\n"
        "property float green\nproperty float blue\nproperty float nx\n",
        "1 2 3 .1 .2 .3 1\n4 5 6 .4 .5 .6 0\n",
-       false,
-       false,
+       0,
        {"red", "green", "blue", "nx"}},
   };
   for (const Case& k : cases) {
@@ -148,14 +124,9 @@ TEST(PlyIo, Regions_PropertySpellingsAndOtherElements) {
     ASSERT_EQ(c.Size(), 2);
     EXPECT_EQ(c.Positions()[1].x(), 4.0f);
     EXPECT_EQ(c.Positions()[1].z(), 6.0f);
-    EXPECT_EQ(c.HasNormals(), k.normals);
-    if (k.normals) {
-      EXPECT_EQ(c.Normals()[1].y(), 1.0f);
-    }
-    EXPECT_EQ(c.HasColours(), k.colours);
-    if (k.colours) {
-      EXPECT_EQ(c.Colours()[1], 40u | 50u << 8 | 60u << 16);
-    }
+    ASSERT_EQ(int(c.HasNormals()) + 2 * int(c.HasColours()), k.attrs);
+    EXPECT_TRUE(!c.HasNormals() || c.Normals()[1].y() == 1.0f);
+    EXPECT_TRUE(!c.HasColours() || c.Colours()[1] == (40u | 50u << 8 | 60u << 16));
     ASSERT_EQ(c.Fields().size(), k.fields.size());
     for (std::size_t f = 0; f < k.fields.size(); ++f) EXPECT_EQ(c.Fields()[f].name, k.fields[f]);
   }

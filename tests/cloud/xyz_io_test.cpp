@@ -4,6 +4,7 @@
 #include <qvmath/cloud/xyz_io.h>
 
 #include <cstdio>
+#include <cstring>
 #include <string>
 
 #include "test_util.h"
@@ -38,14 +39,9 @@ TEST(XyzIo, Properties_RoundTripThroughFilesOfBothFormats) {
     ReadCloudFile(path, back);
     std::remove(path.c_str());
     ASSERT_EQ(back.Size(), c.Size());
-    for (int i = 0; i < c.Size(); ++i) {
-      for (const auto* v : {&back.Positions(), &back.Normals()}) {
-        const auto& w = v == &back.Positions() ? c.Positions() : c.Normals();
-        const Point3D& a = (*v)[std::size_t(i)];
-        const Point3D& b = w[std::size_t(i)];
-        EXPECT_TRUE(a.x() == b.x() && a.y() == b.y() && a.z() == b.z()) << name << " " << i;
-      }
-    }
+    const auto n = std::size_t(c.Size()) * sizeof(Point3D);
+    EXPECT_EQ(std::memcmp(back.Positions().data(), c.Positions().data(), n), 0) << name;
+    EXPECT_EQ(std::memcmp(back.Normals().data(), c.Normals().data(), n), 0) << name;
     EXPECT_EQ(back.Colours(), c.Colours());
     ASSERT_NE(back.FindField("curv"), nullptr);
     EXPECT_EQ(back.FindField("curv")->values, f.values);

@@ -72,7 +72,6 @@ TEST_F(TempFileTest, File_UniqueUnlinkedPrivateAndGoneOnClose) {
   EXPECT_NE(linkA, linkB);
   EXPECT_NE(fcntl(fileno(a), F_GETFD) & FD_CLOEXEC, 0);
 
-  std::fputs("first", a);
   std::fputs("second", b);
   char buf[8] = {};
   std::rewind(b);
