@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <limits>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -25,9 +26,15 @@ TEST_F(ProgressCounterTest, Regions_FinishingOuterReportsInnermostEndAndRestores
   EXPECT_EQ(rec.seen, (std::vector<int>{20, 33}));
   EXPECT_EQ(pc.GetPhaseDepth(), 0);
   EXPECT_EQ(std::make_pair(pc.GetStart(), pc.GetStep()), std::make_pair(0.0, 100.0));
+  const double nan = std::numeric_limits<double>::quiet_NaN();  // start, step given; kept:
+  const double rows[][4] = {
+      {10, 30, 10, 30}, {-5, 0, 0, 1}, {150, -2, 99, 1}, {nan, nan, 0, 1}, {0, 500, 0, 100}};
+  for (const auto& r : rows) {
+    pc.SetStart(r[0]), pc.SetStep(r[1]);
+    EXPECT_EQ(std::make_pair(pc.GetStart(), pc.GetStep()), std::make_pair(r[2], r[3]));
+  }
 }
 
-// Random nests of sub-phases against the exact composition of the phase intervals.
 TEST(ProgressCounter, Properties_RandomNestingMatchesExactComposition) {
   qvtest::TestRng rng(20240907);
   SCOPED_TRACE(rng.Trace());
