@@ -191,13 +191,13 @@ TEST(PlyIo, Degenerate_MalformedAndLyingFilesGiveNamedErrors) {
 
 TEST(PlyIo, Degenerate_WriterRejectsUnwritableFieldNames) {
   CPointCloud c;
-  c.Positions().resize(2);
-  c.SetField("x");
+  c.Positions().resize(2), c.SetField("x");
   std::vector<unsigned char> out;
   EXPECT_THROW(WritePlyCloud(c, out), std::invalid_argument);
   c.Fields()[0].name = "has space";
   EXPECT_THROW(WritePlyCloud(c, out), std::invalid_argument);
-  c.Fields()[0].name = "fine";
-  c.Fields()[0].values.pop_back();
+  c.Fields()[0].name = "fine", c.Fields()[0].values.pop_back();
+  EXPECT_THROW(WritePlyCloud(c, out), std::invalid_argument);
+  c.Fields()[0].values.push_back(0), c.Fields().push_back(c.Fields()[0]);  // "fine" twice
   EXPECT_THROW(WritePlyCloud(c, out), std::invalid_argument);
 }

@@ -24,7 +24,7 @@ class Fixed : public IPointToGeomObjProjector {
 
 TEST(CProjectorsJoinTest, Regions_NearestWinsAndTiesGoToTheEarliest) {
   CProjectorsJoin join;
-  join.AddProjectorWithOwnerShip(new Fixed(Point3D_d(3, 0, 0), true));
+  join.AddProjectorWithOwnerShip(new Fixed(Point3D_d(0, 3, 0), true));
   join.AddProjectorWithOwnerShip(new Fixed(Point3D_d(0, 1, 0), true));   // nearer
   join.AddProjectorWithOwnerShip(new Fixed(Point3D_d(0, -1, 0), true));  // as near
   join.AddProjectorWithOwnerShip(nullptr);                               // ignored
