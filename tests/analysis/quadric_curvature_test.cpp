@@ -25,6 +25,7 @@ TEST(QuadricCurvature, Regions_AnalyticSurfaces) {
     for (bool weighted : {false, true}) {
       double out[5] = {-1, -1, 0, 0, 0};
       REmath::Matrix<double> T;
+      EXPECT_FALSE(EstimateCurvature({pts.begin(), pts.begin() + 8}, weighted, out, T));  // < 9
       EXPECT_EQ(EstimateCurvature(pts, weighted, out, T), !umbilic);
       if (umbilic) {
         EXPECT_EQ(out[0], 20.0);
@@ -35,8 +36,7 @@ TEST(QuadricCurvature, Regions_AnalyticSurfaces) {
       EXPECT_NEAR(std::fmax(out[0], out[1]), hi, 1e-4);
       EXPECT_GT(AbsCos({out[2], out[3], out[4]}, m.Dir({0, 0, 1})), 1 - 1e-9);
       EXPECT_NEAR(T(0, 0) + T(1, 1) + T(2, 2), out[0] + out[1], 1e-12);
-      // The tensor is symmetric and annihilates the normal.
-      for (int i = 0; i < 3; ++i) {
+      for (int i = 0; i < 3; ++i) {  // the tensor is symmetric and annihilates the normal
         EXPECT_NEAR(T(i, 0) * out[2] + T(i, 1) * out[3] + T(i, 2) * out[4], 0, 1e-12);
         for (int j = 0; j < 3; ++j) EXPECT_EQ(T(i, j), T(j, i));
       }
