@@ -131,7 +131,7 @@ void CCloudIndex::Build(const Point3D* pts, int n, CProgressCounter* progress, i
   // Bounds of the finite points, one partial box per slot.
   std::vector<Bounds> part(static_cast<std::size_t>(slots));
   detail::RunBlocksOf(n, kBuildBlock, slots, nullptr, [&](int begin, int end, int slot) {
-    Bounds& b = part[std::size_t(slot)];
+    Bounds b = part[std::size_t(slot)];  // a local copy: slots share cache lines
     for (int i = begin; i < end; ++i) {
       if (!IsFinite(pts[i])) continue;
       ++b.valid;
@@ -141,6 +141,7 @@ void CCloudIndex::Build(const Point3D* pts, int n, CProgressCounter* progress, i
         b.hi[a] = std::max(b.hi[a], c[a]);
       }
     }
+    part[std::size_t(slot)] = b;
   });
   Bounds box;
   for (const Bounds& b : part) {
