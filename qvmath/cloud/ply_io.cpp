@@ -36,8 +36,8 @@ struct Element {
 
 enum class Format { Ascii, BinaryLE, BinaryBE };
 
-// Where a vertex property goes.
-enum Slot : int { kX, kY, kZ, kNx, kNy, kNz, kRed, kGreen, kBlue, kField };
+using detail::kBlue, detail::kField, detail::kGreen, detail::kNx, detail::kNy, detail::kNz,
+    detail::kRed, detail::kX, detail::kY, detail::kZ;
 
 std::vector<std::string> SplitWords(const std::string& line) {
   std::vector<std::string> words;
@@ -306,40 +306,9 @@ void ReadVertices(BodyReader& rd, const Element& v, CPointCloud& cloud) {
     std::uint32_t rgb = 0;
     for (std::size_t i = 0; i < slot.size(); ++i) {
       const double d = rd.Value(v.props[i].type, v);
-      const float f = static_cast<float>(d);
-      switch (slot[i]) {
-        case kX:
-          pos[k].x() = f;
-          break;
-        case kY:
-          pos[k].y() = f;
-          break;
-        case kZ:
-          pos[k].z() = f;
-          break;
-        case kNx:
-          nrm[k].x() = f;
-          break;
-        case kNy:
-          nrm[k].y() = f;
-          break;
-        case kNz:
-          nrm[k].z() = f;
-          break;
-        // An ASCII colour token may be out of 0..255; clamp as the binary form would be.
-        case kRed:
-          rgb |= std::uint32_t(detail::ClampRound(d, 0, 255));
-          break;
-        case kGreen:
-          rgb |= std::uint32_t(detail::ClampRound(d, 0, 255)) << 8;
-          break;
-        case kBlue:
-          rgb |= std::uint32_t(detail::ClampRound(d, 0, 255)) << 16;
-          break;
-        default:
-          cloud.Fields()[std::size_t(fieldOf[i])].values[k] = f;
-          break;
-      }
+      // An ASCII colour token may be out of 0..255; it is clamped as the binary form would be.
+      if (!detail::StoreSlot(slot[i], d, pos[k], nrm[k], rgb))
+        cloud.Fields()[std::size_t(fieldOf[i])].values[k] = static_cast<float>(d);
     }
     if (colours) col[k] = rgb;
   }

@@ -29,7 +29,8 @@ void Tokens(const char* b, const char* e, std::vector<std::pair<const char*, con
   }
 }
 
-enum Slot : int { kX, kY, kZ, kNx, kNy, kNz, kRed, kGreen, kBlue, kField };
+using detail::kBlue, detail::kField, detail::kGreen, detail::kNx, detail::kNy, detail::kNz,
+    detail::kRed, detail::kX, detail::kY, detail::kZ;
 
 // Column roles from names, as the PLY reader assigns them.
 void SlotsFromNames(const std::vector<std::string>& names, std::size_t line,
@@ -133,39 +134,8 @@ void ReadXyzCloud(const char* data, std::size_t size, CPointCloud& cloud) {
       double v;
       if (!detail::ParseNumber(tok[i].first, tok[i].second, v))
         Fail(lineNo, "'" + std::string(tok[i].first, tok[i].second) + "' is not a number");
-      const float f = float(v);
-      switch (slot[i]) {
-        case kX:
-          pos.x() = f;
-          break;
-        case kY:
-          pos.y() = f;
-          break;
-        case kZ:
-          pos.z() = f;
-          break;
-        case kNx:
-          nrm.x() = f;
-          break;
-        case kNy:
-          nrm.y() = f;
-          break;
-        case kNz:
-          nrm.z() = f;
-          break;
-        case kRed:
-          rgb |= std::uint32_t(detail::ClampRound(v, 0, 255));
-          break;
-        case kGreen:
-          rgb |= std::uint32_t(detail::ClampRound(v, 0, 255)) << 8;
-          break;
-        case kBlue:
-          rgb |= std::uint32_t(detail::ClampRound(v, 0, 255)) << 16;
-          break;
-        default:
-          cloud.Fields()[std::size_t(fieldOf[i])].values.push_back(f);
-          break;
-      }
+      if (!detail::StoreSlot(slot[i], v, pos, nrm, rgb))
+        cloud.Fields()[std::size_t(fieldOf[i])].values.push_back(float(v));
     }
     cloud.Positions().push_back(pos);
     if (normals) cloud.Normals().push_back(nrm);

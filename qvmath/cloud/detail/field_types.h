@@ -143,6 +143,48 @@ inline double ClampRound(double v, double lo, double hi) {
   return v < lo ? lo : (v > hi ? hi : v);
 }
 
+// Where a read value goes: a position or normal component, a colour channel, or a named
+// scalar field.
+enum Slot : int { kX, kY, kZ, kNx, kNy, kNz, kRed, kGreen, kBlue, kField };
+
+// Stores the value v read for `slot` into the point's position, normal or packed colour
+// (channels rounded and clamped to 0..255, as the binary forms hold them).
+// @return false for kField: the caller stores the value in its field.
+inline bool StoreSlot(int slot, double v, Point3D& pos, Point3D& nrm, std::uint32_t& rgb) {
+  const float f = static_cast<float>(v);
+  switch (slot) {
+    case kX:
+      pos.x() = f;
+      return true;
+    case kY:
+      pos.y() = f;
+      return true;
+    case kZ:
+      pos.z() = f;
+      return true;
+    case kNx:
+      nrm.x() = f;
+      return true;
+    case kNy:
+      nrm.y() = f;
+      return true;
+    case kNz:
+      nrm.z() = f;
+      return true;
+    case kRed:
+      rgb |= std::uint32_t(ClampRound(v, 0, 255));
+      return true;
+    case kGreen:
+      rgb |= std::uint32_t(ClampRound(v, 0, 255)) << 8;
+      return true;
+    case kBlue:
+      rgb |= std::uint32_t(ClampRound(v, 0, 255)) << 16;
+      return true;
+    default:
+      return false;
+  }
+}
+
 // Encodes v as type t into p; `swap` reverses the bytes. Integer types round and clamp.
 inline void EncodeValue(double v, ECloudFieldType t, bool swap, unsigned char* p) {
   unsigned char b[8];
