@@ -21,6 +21,15 @@ ECloudFileFormat CloudFileFormatOf(const std::string& path) {
   return ECloudFileFormat::Unknown;
 }
 
+namespace {
+
+[[noreturn]] void UnknownExtension(const std::string& path) {
+  throw ECloudFileError(path +
+                        ": unknown file extension (expected .ply, .xyz, .txt, .pts, .csv or .asc)");
+}
+
+}  // namespace
+
 void ReadCloudFile(const std::string& path, CPointCloud& cloud) {
   switch (CloudFileFormatOf(path)) {
     case ECloudFileFormat::Ply:
@@ -30,8 +39,7 @@ void ReadCloudFile(const std::string& path, CPointCloud& cloud) {
     case ECloudFileFormat::Unknown:
       break;
   }
-  throw ECloudFileError(path +
-                        ": unknown file extension (expected .ply, .xyz, .txt, .pts, .csv or .asc)");
+  UnknownExtension(path);
 }
 
 void WriteCloudFile(const std::string& path, const CPointCloud& cloud, bool asciiPly) {
@@ -44,8 +52,7 @@ void WriteCloudFile(const std::string& path, const CPointCloud& cloud, bool asci
     case ECloudFileFormat::Unknown:
       break;
   }
-  throw ECloudFileError(path +
-                        ": unknown file extension (expected .ply, .xyz, .txt, .pts, .csv or .asc)");
+  UnknownExtension(path);
 }
 
 }  // namespace REmath
