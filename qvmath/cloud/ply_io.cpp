@@ -302,12 +302,14 @@ void ReadVertices(BodyReader& rd, const Element& v, CPointCloud& cloud) {
   auto& pos = cloud.Positions();
   auto& nrm = cloud.Normals();
   auto& col = cloud.Colours();
+  Point3D noNormal;  // the target of normal slots when the cloud keeps no normals
   for (std::size_t k = 0; k < n; ++k) {
     std::uint32_t rgb = 0;
+    Point3D& normal = nrm.empty() ? noNormal : nrm[k];
     for (std::size_t i = 0; i < slot.size(); ++i) {
       const double d = rd.Value(v.props[i].type, v);
       // An ASCII colour token may be out of 0..255; it is clamped as the binary form would be.
-      if (!detail::StoreSlot(slot[i], d, pos[k], nrm[k], rgb))
+      if (!detail::StoreSlot(slot[i], d, pos[k], normal, rgb))
         cloud.Fields()[std::size_t(fieldOf[i])].values[k] = static_cast<float>(d);
     }
     if (colours) col[k] = rgb;
