@@ -136,9 +136,7 @@ TEST(CloudDeviation, Properties_StatisticsAndHistogram) {
       {{-1, 0, 0.5f, kNaN, 3, 1}, 0.5f, 0, 0, 2, {3, 2}, 0.7, std::sqrt(11.25 / 5), 3, 0.4},
       // A given range: values outside count in the end bins.
       {{-5, -0.25f, 0.25f, 5}, 0.25f, -1, 1, 4, {1, 1, 1, 1}, 0, std::sqrt(50.125 / 4), 5, 0.5},
-      // All equal: everything in the first bin.
       {{2, 2}, 0, 0, 0, 3, {2, 0, 0}, 2, 2, 2, 0},
-      // No valid value.
       {{kNaN}, 0, 0, 0, 1, {0}, 0, 0, 0, 0},
   };
   for (const Case& c : cases) {

@@ -71,7 +71,6 @@ TEST(CloudIndex, Properties_QueriesMatchBruteForce) {
       EXPECT_EQ(list.Dist2(2), all[2].first);
     }
   }
-  // Sorted order is a permutation of the finite points, mapped both ways.
   for (int s = 0; s < index.IndexedCount(); ++s)
     EXPECT_EQ(index.InputToSorted()[index.SortedToInput()[s]], s);
   // Any thread count builds the same index (three sorted runs merged in two levels).

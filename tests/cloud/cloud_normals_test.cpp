@@ -56,7 +56,6 @@ TEST(CloudNormals, Properties_TorusNormalsMatchAnalyticTruthOnAnyThreadCount) {
     for (int i = 0; i < torus.cloud.Size(); ++i)
       err.push_back(AngleDeg(serial.normals[std::size_t(i)], torus.trueNormals[std::size_t(i)]));
     EXPECT_LT(Median(err), c.medianDeg);
-    // Surface variation of a smooth, barely noisy surface is small.
     EXPECT_LT(*std::max_element(serial.surfaceVariation.begin(), serial.surfaceVariation.end()),
               0.05f);
     p.nThreads = 3;

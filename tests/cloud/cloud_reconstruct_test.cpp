@@ -109,7 +109,6 @@ TEST(CloudReconstruct, Properties_ClosedPiecesOfTheRightTopology) {
     const double h = rep.cellSize, sag = c.kappa * std::pow(1.5 * h, 2);
     EXPECT_LT(mean, 0.05 * sag);
     EXPECT_LT(worst, c.closed ? 0.3 * sag : sag + 0.5 * std::pow(params.band * h, 2));
-    // Every sample is near the mesh.
     EXPECT_LE(rep.rmsDistance, rep.maxDistance);
     EXPECT_LT(rep.maxDistance, 0.1 * rep.cellSize);
     // Orientation: the right-hand normals of the triangles point away from the truth's
